@@ -1,0 +1,39 @@
+# Front door of the build. `make test` sets up a fresh machine (packages,
+# cross-built dependencies), builds everything and runs every test under Wine.
+
+BUILD_DIR ?= build
+BUILD_TYPE ?= MinSizeRel
+CTEST_ARGS ?=
+
+SETUP := tools/setup
+TOOLCHAIN_I686 := cmake/toolchain-i686-w64-mingw32.cmake
+
+.PHONY: all setup deps configure build test clean
+
+all: build
+
+# Debian packages: mingw-w64 toolchains, Wine, Xvfb, CMake, Ninja.
+setup:
+	bash $(SETUP)/install-packages.sh
+
+# Cross-built libraries for both architectures, cached outside the checkout.
+# The 32-bit prefix is recorded for the configure step.
+deps: setup
+	@mkdir -p $(BUILD_DIR)
+	bash $(SETUP)/build-deps.sh x86_64 >/dev/null
+	bash $(SETUP)/build-deps.sh i686 | tail -n 1 > $(BUILD_DIR)/deps-prefix-i686.txt
+
+configure: deps
+	cmake -S . -B $(BUILD_DIR) -G Ninja \
+	  -DCMAKE_TOOLCHAIN_FILE=$(TOOLCHAIN_I686) \
+	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
+	  -DORVIK_DEPS_PREFIX="$$(cat $(BUILD_DIR)/deps-prefix-i686.txt)"
+
+build: configure
+	cmake --build $(BUILD_DIR)
+
+test: build
+	bash tools/test/run-tests.sh $(BUILD_DIR) $(CTEST_ARGS)
+
+clean:
+	rm -rf $(BUILD_DIR)

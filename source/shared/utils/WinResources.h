@@ -1,0 +1,14 @@
+#pragma once
+// Owner types for the Win32 resources the system holds.
+#include <windows.h>
+
+#include "shared/utils/UniqueResource.h"
+
+namespace orvik::pkgshared {
+
+using UniqueHandle = UniqueResource<HANDLE, &::CloseHandle, HandleValidity>;
+using UniqueHkey = UniqueResource<HKEY, &::RegCloseKey>;
+using UniqueHlocal = UniqueResource<HLOCAL, &::LocalFree>;
+using UniqueHmodule = UniqueResource<HMODULE, &::FreeLibrary>;
+
+}  // namespace orvik::pkgshared

@@ -1,0 +1,47 @@
+#include <gtest/gtest.h>
+
+#include "shared/ErrorCatalog.h"
+#include "shared/ErrorMessage.h"
+
+namespace orvik::pkgshared {
+namespace {
+
+TEST(ErrorMessageTest, FeedsExactlyTheExpectedNumberOfArguments) {
+    // Two placeholders, four arguments: the surplus is ignored.
+    EXPECT_EQ(L"Error '5' occurred while calling Windows function 'CreateFileW'.",
+              FormatErrorMessage(-125553, 1033, L"5", L"CreateFileW", L"extra", L"more"));
+    // Three placeholders, one argument: the others are empty.
+    EXPECT_EQ(L"Error '183' occurred while trying to create the directory ''. Error details: ",
+              FormatErrorMessage(-125098, 1033, L"183"));
+    // Four placeholders.
+    EXPECT_EQ(L"Error '32' occurred while trying to copy the file 'a' to 'b'. Error details: busy",
+              FormatErrorMessage(-125099, 1033, L"32", L"a", L"b", L"busy"));
+    // No placeholder.
+    EXPECT_EQ(L"An unknown error occurred.", FormatErrorMessage(-125202, 1033, L"ignored"));
+    // Arguments are not formatted again.
+    EXPECT_EQ(L"Error '%2%' occurred when installing Orvik Package Manager.",
+              FormatErrorMessage(-126308, 1033, L"%2%"));
+}
+
+TEST(ErrorMessageTest, CountIsTheHighestPlaceholder) {
+    EXPECT_EQ(L"only b", FormatMessageText(L"only %2%", L"a", L"b", L"c", L"d"));
+    EXPECT_EQ(L"b before a", FormatMessageText(L"%2% before %1%", L"a", L"b", L"", L""));
+    EXPECT_EQ(L"d", FormatMessageText(L"%4%", L"a", L"b", L"c", L"d"));
+}
+
+TEST(ErrorMessageTest, MalformedTextsYieldEmpty) {
+    EXPECT_EQ(L"", FormatMessageText(L"broken %", L"a", L"", L"", L""));
+    EXPECT_EQ(L"", FormatMessageText(L"%5%", L"a", L"b", L"c", L"d"));
+    EXPECT_EQ(L"", FormatMessageText(L"%1% and %|", L"a", L"", L"", L""));
+    EXPECT_EQ(L"100%", FormatMessageText(L"100%%", L"", L"", L"", L""));
+}
+
+TEST(ErrorMessageTest, UsesTheChosenLanguageAndFallsBackToTheNumber) {
+    const std::wstring german = FormatErrorMessage(-126318, 1031, L"/q");
+    EXPECT_NE(FormatErrorMessage(-126318, 1033, L"/q"), german);
+    EXPECT_NE(std::wstring::npos, german.find(L"/q"));
+    EXPECT_EQ(L"Error: -125007", FormatErrorMessage(-125007, 1033, L"a"));
+}
+
+}  // namespace
+}  // namespace orvik::pkgshared

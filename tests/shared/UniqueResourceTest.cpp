@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "shared/utils/WinResources.h"
+
+namespace orvik::pkgshared {
+namespace {
+
+int g_closed = 0;
+HANDLE g_lastClosed = nullptr;
+
+// Fails like a close function that overwrites the caller's error state.
+BOOL WINAPI NoisyClose(HANDLE handle) {
+    ++g_closed;
+    g_lastClosed = handle;
+    ::SetLastError(ERROR_INVALID_HANDLE);
+    errno = EBADF;
+    return FALSE;
+}
+
+using NoisyHandle = UniqueResource<HANDLE, &NoisyClose, HandleValidity>;
+
+class UniqueResourceTest : public testing::Test {
+protected:
+    void SetUp() override {
+        g_closed = 0;
+        g_lastClosed = nullptr;
+    }
+    static HANDLE Fake(uintptr_t value) { return reinterpret_cast<HANDLE>(value); }
+};
+
+TEST_F(UniqueResourceTest, ResetKeepsLastErrorAndErrno) {
+    NoisyHandle handle(Fake(0x10));
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    errno = ENOSPC;
+    handle.reset();
+    EXPECT_EQ(static_cast<DWORD>(ERROR_ACCESS_DENIED), ::GetLastError());
+    EXPECT_EQ(ENOSPC, errno);
+    EXPECT_EQ(1, g_closed);
+    EXPECT_FALSE(handle);
+}
+
+TEST_F(UniqueResourceTest, NullAndInvalidHandleAreNeverClosed) {
+    { NoisyHandle empty; }
+    { NoisyHandle invalid(INVALID_HANDLE_VALUE); }
+    { NoisyHandle null(nullptr); }
+    EXPECT_EQ(0, g_closed);
+}
+
+TEST_F(UniqueResourceTest, OwnershipMovesAndClosesExactlyOnce) {
+    {
+        NoisyHandle first(Fake(0x20));
+        NoisyHandle second(std::move(first));
+        EXPECT_FALSE(first);
+        EXPECT_EQ(Fake(0x20), second.get());
+        NoisyHandle third(Fake(0x30));
+        third = std::move(second);  // closes 0x30
+        EXPECT_EQ(1, g_closed);
+        EXPECT_EQ(Fake(0x30), g_lastClosed);
+    }
+    EXPECT_EQ(2, g_closed);
+    EXPECT_EQ(Fake(0x20), g_lastClosed);
+}
+
+TEST_F(UniqueResourceTest, ReleaseGivesUpAndPutClosesFirst) {
+    NoisyHandle handle(Fake(0x40));
+    EXPECT_EQ(Fake(0x40), handle.release());
+    EXPECT_EQ(0, g_closed);
+
+    handle.reset(Fake(0x50));
+    HANDLE* slot = handle.put();
+    EXPECT_EQ(1, g_closed);
+    EXPECT_EQ(nullptr, *slot);
+    *slot = Fake(0x60);
+    EXPECT_EQ(Fake(0x60), handle.get());
+    handle.reset();
+    EXPECT_EQ(2, g_closed);
+}
+
+TEST_F(UniqueResourceTest, RealHandleIsClosed) {
+    UniqueHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    ASSERT_TRUE(event);
+    HANDLE duplicate = nullptr;
+    ASSERT_TRUE(::DuplicateHandle(::GetCurrentProcess(), event.get(), ::GetCurrentProcess(),
+                                  &duplicate, 0, FALSE, DUPLICATE_SAME_ACCESS));
+    UniqueHandle second(duplicate);
+    second.reset();
+    DWORD flags = 0;
+    EXPECT_FALSE(::GetHandleInformation(duplicate, &flags));
+    EXPECT_TRUE(::GetHandleInformation(event.get(), &flags));
+}
+
+}  // namespace
+}  // namespace orvik::pkgshared
