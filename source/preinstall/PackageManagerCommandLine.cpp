@@ -64,10 +64,14 @@ std::wstring BuildLaunchParameters(const CommandLineOptions& options, const Laun
     } else if (options.quiet) {
         list.Add(L"--quiet");
     }
-    if (options.acceptEulas) list.Add(L"--accept-eulas");
-    if (options.preventReboot) list.Add(L"--prevent-reboot");
-    if (options.hideCompletion) list.Add(L"--hide-completion");
-    if (options.noWinquelMutex) list.Add(L"--no-winquel-mutex");
+    if (options.acceptEulas)
+        list.Add(L"--accept-eulas");
+    if (options.preventReboot)
+        list.Add(L"--prevent-reboot");
+    if (options.hideCompletion)
+        list.Add(L"--hide-completion");
+    if (options.noWinquelMutex)
+        list.Add(L"--no-winquel-mutex");
     if (inputs.withProduct) {
         list.Add(L"--install-orvikpm-with-product --update-feeds");
     }

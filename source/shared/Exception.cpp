@@ -85,7 +85,9 @@ Exception& Exception::operator=(const Exception& other) {
 
 Exception::~Exception() = default;
 
-const char* Exception::what() const noexcept { return "Unknown exception"; }
+const char* Exception::what() const noexcept {
+    return "Unknown exception";
+}
 
 void Exception::AdoptIfUnset(const Exception& other) {
     if (errorCode_ == 0) {
@@ -100,24 +102,42 @@ void Exception::SetErrorCodeIfUnset(std::int32_t code) {
     }
 }
 
-std::int32_t Exception::GetErrorCode() const { return errorCode_; }
+std::int32_t Exception::GetErrorCode() const {
+    return errorCode_;
+}
 
-const wchar_t* Exception::GetSourceFile() const { return sourceFile_; }
+const wchar_t* Exception::GetSourceFile() const {
+    return sourceFile_;
+}
 
-std::int32_t Exception::GetLineNumber() const { return lineNumber_; }
+std::int32_t Exception::GetLineNumber() const {
+    return lineNumber_;
+}
 
-const std::wstring& Exception::GetMessageArgument0() const { return GetMessageArgument(0); }
-const std::wstring& Exception::GetMessageArgument1() const { return GetMessageArgument(1); }
-const std::wstring& Exception::GetMessageArgument2() const { return GetMessageArgument(2); }
-const std::wstring& Exception::GetMessageArgument3() const { return GetMessageArgument(3); }
+const std::wstring& Exception::GetMessageArgument0() const {
+    return GetMessageArgument(0);
+}
+const std::wstring& Exception::GetMessageArgument1() const {
+    return GetMessageArgument(1);
+}
+const std::wstring& Exception::GetMessageArgument2() const {
+    return GetMessageArgument(2);
+}
+const std::wstring& Exception::GetMessageArgument3() const {
+    return GetMessageArgument(3);
+}
 
 const std::wstring& Exception::GetMessageArgument(size_t index) const {
     return index < arguments_.size() ? arguments_[index] : SharedEmptyArgument();
 }
 
-size_t Exception::GetMessageArgumentCount() const { return arguments_.size(); }
+size_t Exception::GetMessageArgumentCount() const {
+    return arguments_.size();
+}
 
-const std::vector<Exception>& Exception::GetInnerExceptions() const { return innerExceptions_; }
+const std::vector<Exception>& Exception::GetInnerExceptions() const {
+    return innerExceptions_;
+}
 
 void Exception::AddInnerException(const Exception& exception) {
     innerExceptions_.push_back(exception);

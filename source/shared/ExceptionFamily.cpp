@@ -15,19 +15,21 @@ WindowsFunctionErrorException::WindowsFunctionErrorException(std::int32_t window
                 sourceFile, line) {}
 WindowsFunctionErrorException::~WindowsFunctionErrorException() = default;
 
-CouldNotCreateDirectoryException::CouldNotCreateDirectoryException(
-    std::int32_t systemError, std::wstring directory, std::wstring systemMessage,
-    const wchar_t* sourceFile, std::int32_t line)
+CouldNotCreateDirectoryException::CouldNotCreateDirectoryException(std::int32_t systemError,
+                                                                   std::wstring directory,
+                                                                   std::wstring systemMessage,
+                                                                   const wchar_t* sourceFile,
+                                                                   std::int32_t line)
     : Exception(kCouldNotCreateDirectoryCode, ToDecimal(systemError), std::move(directory),
                 std::move(systemMessage), sourceFile, line) {}
 CouldNotCreateDirectoryException::~CouldNotCreateDirectoryException() = default;
 
-CouldNotCopyFileException::CouldNotCopyFileException(std::int32_t systemError,
-                                                     std::wstring source, std::wstring target,
+CouldNotCopyFileException::CouldNotCopyFileException(std::int32_t systemError, std::wstring source,
+                                                     std::wstring target,
                                                      std::wstring systemMessage,
                                                      const wchar_t* sourceFile, std::int32_t line)
-    : Exception(kCouldNotCopyFileCode, ToDecimal(systemError), std::move(source),
-                std::move(target), std::move(systemMessage), sourceFile, line) {}
+    : Exception(kCouldNotCopyFileCode, ToDecimal(systemError), std::move(source), std::move(target),
+                std::move(systemMessage), sourceFile, line) {}
 CouldNotCopyFileException::~CouldNotCopyFileException() = default;
 
 NullArgumentException::NullArgumentException(std::wstring parameter, std::wstring method,

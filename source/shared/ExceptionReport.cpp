@@ -46,10 +46,10 @@ UniqueFile OpenForAppendShared(const boost::filesystem::path& file) {
 }  // namespace
 
 void WriteExceptionDetails(const Exception& exception, std::wostream& stream, bool nested) {
-    const std::wstring message = FormatErrorMessage(
-        exception.GetErrorCode(), 0, exception.GetMessageArgument0(),
-        exception.GetMessageArgument1(), exception.GetMessageArgument2(),
-        exception.GetMessageArgument3());
+    const std::wstring message =
+        FormatErrorMessage(exception.GetErrorCode(), 0, exception.GetMessageArgument0(),
+                           exception.GetMessageArgument1(), exception.GetMessageArgument2(),
+                           exception.GetMessageArgument3());
     stream << exception.GetErrorCode() << L": " << message << L"\n";
     stream << L"File: " << exception.GetSourceFile() << L"\n";
     stream << L"Line number: " << exception.GetLineNumber() << L"\n";
@@ -79,8 +79,7 @@ std::wstring BuildExceptionReport(const std::wstring& where, const Exception& ex
 }
 
 std::wstring LocalTimestamp() {
-    return boost::posix_time::to_simple_wstring(
-        boost::posix_time::microsec_clock::local_time());
+    return boost::posix_time::to_simple_wstring(boost::posix_time::microsec_clock::local_time());
 }
 
 void ReportException(const std::wstring& where, const Exception& exception,

@@ -23,8 +23,12 @@ void AppendUtf8(std::string& out, char32_t cp) {
     }
 }
 
-bool IsHighSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
-bool IsLowSurrogate(char32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+bool IsHighSurrogate(char32_t c) {
+    return c >= 0xD800 && c <= 0xDBFF;
+}
+bool IsLowSurrogate(char32_t c) {
+    return c >= 0xDC00 && c <= 0xDFFF;
+}
 
 }  // namespace
 
@@ -59,7 +63,9 @@ std::wstring WidenAscii(std::string_view text) {
     return out;
 }
 
-std::wstring ToDecimal(std::int64_t value) { return std::to_wstring(value); }
+std::wstring ToDecimal(std::int64_t value) {
+    return std::to_wstring(value);
+}
 
 std::wstring ToLowerAscii(std::wstring_view text) {
     std::wstring out(text);

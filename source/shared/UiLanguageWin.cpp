@@ -4,6 +4,8 @@
 
 namespace orvik::pkgshared {
 
-std::uint16_t CurrentUiLanguage() { return ::GetThreadUILanguage(); }
+std::uint16_t CurrentUiLanguage() {
+    return ::GetThreadUILanguage();
+}
 
 }  // namespace orvik::pkgshared

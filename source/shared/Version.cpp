@@ -9,11 +9,17 @@ namespace {
 
 using Bytes = std::string_view;
 
-bool IsDigit(int c) { return c >= '0' && c <= '9'; }
-bool IsLetter(int c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+bool IsDigit(int c) {
+    return c >= '0' && c <= '9';
+}
+bool IsLetter(int c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
 
 // Byte at `i`, 0 past the end.
-int At(Bytes s, size_t i) { return i < s.size() ? static_cast<unsigned char>(s[i]) : 0; }
+int At(Bytes s, size_t i) {
+    return i < s.size() ? static_cast<unsigned char>(s[i]) : 0;
+}
 
 // Order of one byte outside digit runs: "~" first, then the end, then digits
 // and letters by code, then everything else.
@@ -32,8 +38,10 @@ int ComparePart(Bytes a, Bytes b) {
     size_t j = 0;
     for (;;) {
         if (IsDigit(At(a, i)) && IsDigit(At(b, j))) {
-            while (At(a, i) == '0') ++i;
-            while (At(b, j) == '0') ++j;
+            while (At(a, i) == '0')
+                ++i;
+            while (At(b, j) == '0')
+                ++j;
             int firstDifference = 0;
             while (IsDigit(At(a, i)) && IsDigit(At(b, j))) {
                 if (firstDifference == 0 && At(a, i) != At(b, j)) {
@@ -42,9 +50,12 @@ int ComparePart(Bytes a, Bytes b) {
                 ++i;
                 ++j;
             }
-            if (IsDigit(At(a, i))) return 1;
-            if (IsDigit(At(b, j))) return -1;
-            if (firstDifference != 0) return firstDifference;
+            if (IsDigit(At(a, i)))
+                return 1;
+            if (IsDigit(At(b, j)))
+                return -1;
+            if (firstDifference != 0)
+                return firstDifference;
         }
         const int oa = Order(At(a, i));
         const int ob = Order(At(b, j));
@@ -63,11 +74,14 @@ int ComparePart(Bytes a, Bytes b) {
 // a ":" follows them; 0 when there is no epoch.
 size_t EpochLength(Bytes s) {
     size_t n = 0;
-    while (n < s.size() && IsDigit(At(s, n))) ++n;
+    while (n < s.size() && IsDigit(At(s, n)))
+        ++n;
     return (n > 0 && At(s, n) == ':') ? n : 0;
 }
 
-bool IsZeroEpoch(Bytes digits) { return digits.find_first_not_of('0') == Bytes::npos; }
+bool IsZeroEpoch(Bytes digits) {
+    return digits.find_first_not_of('0') == Bytes::npos;
+}
 
 }  // namespace
 
@@ -85,8 +99,10 @@ std::int32_t CompareVersionTexts(const std::string& left, const std::string& rig
     } else if (epochB > 0 && !IsZeroEpoch(b.substr(0, epochB))) {
         return -1;
     }
-    if (epochA > 0) a.remove_prefix(epochA + 1);
-    if (epochB > 0) b.remove_prefix(epochB + 1);
+    if (epochA > 0)
+        a.remove_prefix(epochA + 1);
+    if (epochB > 0)
+        b.remove_prefix(epochB + 1);
 
     const size_t dashA = a.rfind('-');
     const size_t dashB = b.rfind('-');

@@ -28,8 +28,8 @@ std::optional<std::wstring> RegistryKeyValueReader::ReadString(const wchar_t* na
     std::vector<wchar_t> buffer(64);
     for (;;) {
         DWORD size = static_cast<DWORD>(buffer.size() * sizeof(wchar_t));
-        const LSTATUS status = ::RegGetValueW(key_.get(), nullptr, name, RRF_RT_REG_SZ, nullptr,
-                                              buffer.data(), &size);
+        const LSTATUS status =
+            ::RegGetValueW(key_.get(), nullptr, name, RRF_RT_REG_SZ, nullptr, buffer.data(), &size);
         if (status == ERROR_MORE_DATA) {
             buffer.resize(size / sizeof(wchar_t) + 1);
             continue;

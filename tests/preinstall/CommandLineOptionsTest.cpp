@@ -42,12 +42,12 @@ TEST(CommandLineOptionsTest, UnrecognisedArgumentsPassThroughUnchanged) {
         std::wstring passThrough;
     };
     const Case cases[] = {
-        {{L"--PASSIVE"}, L"--PASSIVE"},                          // options are case-sensitive
-        {{L"--passive", L"--passive"}, L"--passive"},            // a repeat is not recognised
+        {{L"--PASSIVE"}, L"--PASSIVE"},                // options are case-sensitive
+        {{L"--passive", L"--passive"}, L"--passive"},  // a repeat is not recognised
         {{L"--quiet", L"--quiet", L"x"}, L"--quiet x"},
         {{L"--install-orvikpm-with-product"}, L"--install-orvikpm-with-product"},
         {{L"/cx", L"/q-", L"--passive=1"}, L"/cx /q- --passive=1"},
-        {{L"--log=C:\\a b", L""}, L"--log=C:\\a b "},             // no quoting is added
+        {{L"--log=C:\\a b", L""}, L"--log=C:\\a b "},  // no quoting is added
         {{L"", L"y"}, L"y"},
     };
     for (const Case& c : cases) {
@@ -91,10 +91,10 @@ TEST(PreInstallOptionObsoleteTest, NamesTheObsoleteArgumentsInOrder) {
     const PreInstallOptionObsolete e(parsed.obsoleteArguments, L"source\\preinstall\\Main", 5);
     EXPECT_EQ(-126318, e.GetErrorCode());
     EXPECT_EQ(1u, e.GetMessageArgumentCount());
-    EXPECT_EQ(L"The command-line includes one or more obsolete options. Remove '--bootstrapper "
-              L"/t:x' from the command-line and reinstall.",
-              orvik::pkgshared::FormatErrorMessage(e.GetErrorCode(), 1033,
-                                                   e.GetMessageArgument0()));
+    EXPECT_EQ(
+        L"The command-line includes one or more obsolete options. Remove '--bootstrapper "
+        L"/t:x' from the command-line and reinstall.",
+        orvik::pkgshared::FormatErrorMessage(e.GetErrorCode(), 1033, e.GetMessageArgument0()));
     EXPECT_STREQ(L"source\\preinstall\\Main", e.GetSourceFile());
 }
 

@@ -41,8 +41,8 @@ TEST(InstallParametersTest, ModePieceAndFlags) {
          L"--hide-completion --passive --accept-eulas --prevent-reboot"},
         {Options({&O::passive, &O::autoInstall}), InstallMode::Suite, L"",
          L"--hide-completion --passive --prevent-reboot"},
-        {Options({&O::acceptEulas, &O::preventReboot, &O::hideCompletion}), InstallMode::None,
-         L"", L"launch orvik-package-manager --prevent-reboot --accept-eulas"},
+        {Options({&O::acceptEulas, &O::preventReboot, &O::hideCompletion}), InstallMode::None, L"",
+         L"launch orvik-package-manager --prevent-reboot --accept-eulas"},
         {Options({&O::noWinquelMutex}, L"--x"), InstallMode::Suite, kConfig,
          L"--hide-completion --prevent-reboot --config=\"" + kConfig + L"\" --no-winquel-mutex"},
     };
@@ -61,11 +61,12 @@ TEST(LaunchParametersTest, SuiteLaunchCarriesEveryFlagInOrder) {
     inputs.mode = InstallMode::Suite;
     inputs.configFile = kConfig;
     inputs.customResourceConfig = L"C:\\p\\resources\\config.dat";
-    EXPECT_EQ(L"install-suite suite.dat --passive --accept-eulas --prevent-reboot "
-              L"--hide-completion --no-winquel-mutex "
-              L"--custom-resource-config=\"C:\\p\\resources\\config.dat\" --config=\"" +
-                  kConfig + L"\" --install-orvikpm-with-product --foo",
-              BuildLaunchParameters(options, inputs));
+    EXPECT_EQ(
+        L"install-suite suite.dat --passive --accept-eulas --prevent-reboot "
+        L"--hide-completion --no-winquel-mutex "
+        L"--custom-resource-config=\"C:\\p\\resources\\config.dat\" --config=\"" +
+            kConfig + L"\" --install-orvikpm-with-product --foo",
+        BuildLaunchParameters(options, inputs));
 }
 
 TEST(LaunchParametersTest, OnlineInstallOmitsTheConfigUnlessWithProduct) {
@@ -77,9 +78,11 @@ TEST(LaunchParametersTest, OnlineInstallOmitsTheConfigUnlessWithProduct) {
               BuildLaunchParameters(Options({&O::quiet}), inputs));
 
     inputs.withProduct = true;
-    EXPECT_EQ(L"--uri=https://example.invalid/suite.xml --quiet --install-orvikpm-with-product "
-              L"--update-feeds --config=\"" + kConfig + L"\"",
-              BuildLaunchParameters(Options({&O::quiet}), inputs));
+    EXPECT_EQ(
+        L"--uri=https://example.invalid/suite.xml --quiet --install-orvikpm-with-product "
+        L"--update-feeds --config=\"" +
+            kConfig + L"\"",
+        BuildLaunchParameters(Options({&O::quiet}), inputs));
 }
 
 TEST(LaunchParametersTest, QuietIsNotAddedWhenPassiveAndAutoInstallIsNotPassed) {
@@ -87,9 +90,11 @@ TEST(LaunchParametersTest, QuietIsNotAddedWhenPassiveAndAutoInstallIsNotPassed) 
     inputs.mode = InstallMode::Suite;
     inputs.withProduct = true;
     inputs.configFile = kConfig;
-    EXPECT_EQ(L"install-suite suite.dat --passive --install-orvikpm-with-product --update-feeds "
-              L"--config=\"" + kConfig + L"\"",
-              BuildLaunchParameters(Options({&O::passive, &O::quiet, &O::autoInstall}), inputs));
+    EXPECT_EQ(
+        L"install-suite suite.dat --passive --install-orvikpm-with-product --update-feeds "
+        L"--config=\"" +
+            kConfig + L"\"",
+        BuildLaunchParameters(Options({&O::passive, &O::quiet, &O::autoInstall}), inputs));
 }
 
 TEST(LaunchParametersTest, ModeNoneStartsWithTheFlags) {

@@ -43,8 +43,8 @@ TEST(WriteExceptionDetailsTest, WritesInnerExceptionsDepthFirstUnderOneHeading) 
 
     std::wostringstream out;
     WriteExceptionDetails(top, out, false);
-    EXPECT_EQ(Block(top) + L"\nAdditional error information:\n" + Block(first) +
-                  Block(grandchild) + Block(second),
+    EXPECT_EQ(Block(top) + L"\nAdditional error information:\n" + Block(first) + Block(grandchild) +
+                  Block(second),
               out.str());
 }
 
@@ -58,12 +58,16 @@ TEST(WriteExceptionDetailsTest, WithoutInnerExceptionsThereIsNoHeading) {
 
 TEST(ExceptionReportTest, ReportLinesInOrder) {
     const Exception e(-126316, L"source\\preinstall\\PreInstallPayload", 120);
-    EXPECT_EQ(L"\n===== 2026-Nov-15 01:17:14 =====\nException in PreInstall::ReportError. "
-              L"Error code: -126316\n" + Block(e),
-              BuildExceptionReport(L"PreInstall::ReportError", e, L"", L"2026-Nov-15 01:17:14"));
-    EXPECT_EQ(L"\n===== T =====\nException in W. Error code: -126316\nPreinstall threw an "
-              L"exception\n" + Block(e),
-              BuildExceptionReport(L"W", e, L"Preinstall threw an exception", L"T"));
+    EXPECT_EQ(
+        L"\n===== 2026-Nov-15 01:17:14 =====\nException in PreInstall::ReportError. "
+        L"Error code: -126316\n" +
+            Block(e),
+        BuildExceptionReport(L"PreInstall::ReportError", e, L"", L"2026-Nov-15 01:17:14"));
+    EXPECT_EQ(
+        L"\n===== T =====\nException in W. Error code: -126316\nPreinstall threw an "
+        L"exception\n" +
+            Block(e),
+        BuildExceptionReport(L"W", e, L"Preinstall threw an exception", L"T"));
 }
 
 TEST(ExceptionReportTest, TimestampIsTheSimpleLocalForm) {
@@ -109,7 +113,7 @@ TEST_F(ReportExceptionTest, CreatesTheDirectoryAndAppendsUtf8) {
     EXPECT_NE(std::string::npos, second);
     EXPECT_LT(first, second);
     EXPECT_NE(std::string::npos, bytes.find("\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E"));
-    EXPECT_EQ(0u, bytes.rfind("\r\n===== ", 0));  // starts with the empty line
+    EXPECT_EQ(0u, bytes.rfind("\r\n===== ", 0));       // starts with the empty line
     EXPECT_EQ(std::string::npos, bytes.find("\n\n"));  // every line end is CRLF
 }
 

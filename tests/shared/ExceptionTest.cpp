@@ -136,17 +136,23 @@ struct FamilyCase {
 
 TEST(ExceptionFamilyTest, ClassesFixTheirCodeAndArgumentOrder) {
     const FamilyCase cases[] = {
-        {WindowsFunctionErrorException(-5, "CreateFileW", L"f", 1), -125553,
+        {WindowsFunctionErrorException(-5, "CreateFileW", L"f", 1),
+         -125553,
          {L"-5", L"CreateFileW"}},
-        {CouldNotCreateDirectoryException(183, L"C:\\d", L"exists", L"f", 1), -125098,
+        {CouldNotCreateDirectoryException(183, L"C:\\d", L"exists", L"f", 1),
+         -125098,
          {L"183", L"C:\\d", L"exists"}},
-        {CouldNotCopyFileException(32, L"a", L"b", L"in use", L"f", 1), -125099,
+        {CouldNotCopyFileException(32, L"a", L"b", L"in use", L"f", 1),
+         -125099,
          {L"32", L"a", L"b", L"in use"}},
-        {NullArgumentException(L"resource", L"Extract", L"f", 1), -125200,
+        {NullArgumentException(L"resource", L"Extract", L"f", 1),
+         -125200,
          {L"resource", L"NULL", L"Extract"}},
         {BadArgumentException(L"archiveType", L"9", L"GetSourceArchiveForUnarchive", L"f", 1),
-         -125201, {L"archiveType", L"9", L"GetSourceArchiveForUnarchive"}},
-        {InvalidArchiveException(L"Truncated tar archive", L"f", 1), -125026,
+         -125201,
+         {L"archiveType", L"9", L"GetSourceArchiveForUnarchive"}},
+        {InvalidArchiveException(L"Truncated tar archive", L"f", 1),
+         -125026,
          {L"Truncated tar archive"}},
     };
     for (const FamilyCase& c : cases) {

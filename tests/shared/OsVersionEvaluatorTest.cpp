@@ -21,7 +21,9 @@ public:
                 (override));
 };
 
-SystemVersion Windows10(std::uint32_t build) { return SystemVersion{true, 10, 0, build}; }
+SystemVersion Windows10(std::uint32_t build) {
+    return SystemVersion{true, 10, 0, build};
+}
 
 struct KnownCase {
     int comparison;
@@ -79,8 +81,8 @@ TEST(OsVersionEvaluatorTest, UnknownVersionAsksTheSystemTest) {
         .WillOnce(Return(C::Result{true, 0}));
     EXPECT_TRUE(evaluator.Evaluate(kVersionLess, 6, -1, -1));
 
-    EXPECT_CALL(verifier, Verify(C::kLessEqual, 6u, Eq(std::optional<std::uint32_t>(1)),
-                                 Eq(std::nullopt)))
+    EXPECT_CALL(verifier,
+                Verify(C::kLessEqual, 6u, Eq(std::optional<std::uint32_t>(1)), Eq(std::nullopt)))
         .WillOnce(Return(C::Result{true, 0}));
     EXPECT_TRUE(evaluator.Evaluate(kVersionLessOrEqual, 6, 1, -1));
 

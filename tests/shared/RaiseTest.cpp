@@ -7,7 +7,8 @@ namespace orvik::pkgshared {
 namespace {
 
 TEST(RaiseTest, SourceNameIsThePathBelowTheCheckoutWithoutExtension) {
-    EXPECT_EQ(L"source\\shared\\PathGuide", SourceNameFromPath("/work/main/source/shared/PathGuide.cpp"));
+    EXPECT_EQ(L"source\\shared\\PathGuide",
+              SourceNameFromPath("/work/main/source/shared/PathGuide.cpp"));
     EXPECT_EQ(L"source\\preinstall\\Main", SourceNameFromPath("source/preinstall/Main.cpp"));
     EXPECT_EQ(L"source\\shared\\utils\\FilePath",
               SourceNameFromPath("C:\\build\\source\\repo\\source\\shared\\utils\\FilePath.h"));

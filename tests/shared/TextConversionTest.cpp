@@ -15,7 +15,10 @@ TEST(TextConversionTest, WideToUtf8EncodesEveryPlane) {
 
 TEST(TextConversionTest, UnpairedSurrogatesBecomeReplacementCharacters) {
     const std::wstring lone = {L'a', static_cast<wchar_t>(0xD800), L'b'};
-    EXPECT_EQ("a\xEF\xBF\xBD" "b", WideToUtf8(lone));
+    EXPECT_EQ(
+        "a\xEF\xBF\xBD"
+        "b",
+        WideToUtf8(lone));
     const std::wstring trailing = {static_cast<wchar_t>(0xDC00)};
     EXPECT_EQ("\xEF\xBF\xBD", WideToUtf8(trailing));
 }

@@ -5,7 +5,9 @@
 namespace orvik::pkgshared {
 namespace {
 
-int Sign(int value) { return (value > 0) - (value < 0); }
+int Sign(int value) {
+    return (value > 0) - (value < 0);
+}
 
 struct Ordering {
     const wchar_t* left;
