@@ -68,10 +68,7 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::wstring>& arguments) {
             options.passive = true;
             parsed.obsoleteArguments.push_back(argument);
         } else {
-            if (!options.passThroughArguments.empty()) {
-                options.passThroughArguments += L' ';
-            }
-            options.passThroughArguments += argument;
+            orvik::pkgshared::AppendWithBlank(options.passThroughArguments, argument);
         }
     }
     return parsed;

@@ -1,17 +1,14 @@
 #include "preinstall/PackageManagerCommandLine.h"
 
+#include "shared/TextConversion.h"
+
 namespace orvik::pkgui::preinstall {
 namespace {
 
 // Pieces joined by single blanks.
 class ParameterList {
 public:
-    void Add(const std::wstring& piece) {
-        if (!text_.empty()) {
-            text_ += L' ';
-        }
-        text_ += piece;
-    }
+    void Add(const std::wstring& piece) { orvik::pkgshared::AppendWithBlank(text_, piece); }
     void AddQuoted(const wchar_t* name, const std::wstring& value) {
         Add(name + (L'"' + value + L'"'));
     }

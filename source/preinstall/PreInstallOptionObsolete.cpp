@@ -1,15 +1,14 @@
 #include "preinstall/PreInstallOptionObsolete.h"
 
+#include "shared/TextConversion.h"
+
 namespace orvik::pkgui::preinstall {
 namespace {
 
 std::wstring JoinWithBlanks(const std::vector<std::wstring>& parts) {
     std::wstring joined;
     for (const std::wstring& part : parts) {
-        if (!joined.empty()) {
-            joined += L' ';
-        }
-        joined += part;
+        orvik::pkgshared::AppendWithBlank(joined, part);
     }
     return joined;
 }

@@ -67,6 +67,13 @@ std::wstring ToDecimal(std::int64_t value) {
     return std::to_wstring(value);
 }
 
+void AppendWithBlank(std::wstring& text, std::wstring_view piece) {
+    if (!text.empty()) {
+        text += L' ';
+    }
+    text += piece;
+}
+
 std::wstring ToLowerAscii(std::wstring_view text) {
     std::wstring out(text);
     for (wchar_t& c : out) {

@@ -18,6 +18,9 @@ std::wstring WidenAscii(std::string_view text);
 // Signed decimal, "-" for negative values, no grouping.
 std::wstring ToDecimal(std::int64_t value);
 
+// Appends `piece` to `text`, preceded by one blank unless `text` is empty.
+void AppendWithBlank(std::wstring& text, std::wstring_view piece);
+
 // Copy with A..Z turned into a..z; every other character unchanged.
 std::wstring ToLowerAscii(std::wstring_view text);
 
