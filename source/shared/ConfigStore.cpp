@@ -1,0 +1,151 @@
+#include "shared/ConfigStore.h"
+
+namespace orvik::pkgshared {
+
+using ini::LineKind;
+
+void ConfigStore::LoadText(std::string_view text) {
+    Section* current = sections_.empty() ? nullptr : &sections_.back();
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string_view::npos) {
+            end = text.size();
+        }
+        std::string_view raw = text.substr(start, end - start);
+        if (!raw.empty() && raw.back() == '\r') {
+            raw.remove_suffix(1);
+        }
+        start = end + 1;
+
+        const ini::ParsedLine parsed = ini::ParseLine(raw, options_.read);
+        if (parsed.kind == LineKind::Section) {
+            current = &SectionForHeader(parsed.name, current);
+            continue;
+        }
+        if (current == nullptr) {
+            sections_.push_back(Section{});
+            current = &sections_.back();
+        }
+        Line line;
+        if (parsed.kind == LineKind::KeyValue) {
+            line.isEntry = true;
+            line.entry.key = parsed.key;
+            line.entry.value = parsed.value;
+        } else {
+            line.text = std::string(raw);
+        }
+        current->lines.push_back(std::move(line));
+    }
+}
+
+ConfigStore::Section& ConfigStore::SectionForHeader(const std::string& name, Section* lastRead) {
+    const bool caseSensitive = options_.caseSensitiveNames;
+    if (lastRead != nullptr && lastRead->hasHeader &&
+        ini::SectionNamesMatch(lastRead->name, name, caseSensitive)) {
+        return *lastRead;
+    }
+    for (Section& section : sections_) {
+        if (section.hasHeader && ini::SectionNamesMatch(section.name, name, caseSensitive)) {
+            return section;
+        }
+    }
+    sections_.push_back(Section{name, true, {}});
+    return sections_.back();
+}
+
+ConfigStore::Section* ConfigStore::FindSection(std::string_view name) {
+    for (Section& section : sections_) {
+        const bool unnamed = !section.hasHeader && name.empty();
+        if (unnamed || (section.hasHeader &&
+                        ini::SectionNamesMatch(section.name, name, options_.caseSensitiveNames))) {
+            return &section;
+        }
+    }
+    return nullptr;
+}
+
+const ConfigStore::Section* ConfigStore::FindSection(std::string_view name) const {
+    return const_cast<ConfigStore*>(this)->FindSection(name);
+}
+
+bool ConfigStore::KeysMatch(std::string_view a, std::string_view b) const {
+    return options_.caseSensitiveNames ? a == b : ini::SectionNamesMatch(a, b, false);
+}
+
+std::optional<std::string> ConfigStore::GetValue(std::string_view section,
+                                                 std::string_view key) const {
+    if (const Section* found = FindSection(section)) {
+        for (const Line& line : found->lines) {
+            if (line.isEntry && KeysMatch(line.entry.key, key)) {
+                return line.entry.value;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+void ConfigStore::SetValue(std::string_view section, std::string_view key, std::string value) {
+    Section* found = FindSection(section);
+    if (found == nullptr) {
+        sections_.push_back(Section{std::string(section), !section.empty(), {}});
+        found = &sections_.back();
+    }
+    for (Line& line : found->lines) {
+        if (line.isEntry && KeysMatch(line.entry.key, key)) {
+            line.entry.value = std::move(value);
+            return;
+        }
+    }
+    Line line;
+    line.isEntry = true;
+    line.entry.key = std::string(key);
+    line.entry.value = std::move(value);
+    found->lines.push_back(std::move(line));
+}
+
+bool ConfigStore::RemoveValue(std::string_view section, std::string_view key) {
+    Section* found = FindSection(section);
+    if (found == nullptr) {
+        return false;
+    }
+    const size_t before = found->lines.size();
+    auto& lines = found->lines;
+    for (auto it = lines.begin(); it != lines.end();) {
+        it = (it->isEntry && KeysMatch(it->entry.key, key)) ? lines.erase(it) : it + 1;
+    }
+    return lines.size() != before;
+}
+
+int ConfigStore::WriteTo(const ini::LineWriter& write) const {
+    for (const Section& section : sections_) {
+        if (section.hasHeader) {
+            if (const int result = write("[" + section.name + "]"); result != 0) {
+                return result;
+            }
+        }
+        for (const Line& line : section.lines) {
+            const int result =
+                line.isEntry ? ini::WriteEntry(line.entry, options_.writer, options_.maxLineLength,
+                                               options_.splitCharacter, write)
+                             : write(line.text);
+            if (result != 0) {
+                return result;
+            }
+        }
+    }
+    return kOk;
+}
+
+int ConfigStore::Save(const std::wstring& path) {
+    if (path.empty()) {
+        return kInvalidPath;
+    }
+    const int result = (options_.save & kSafeSave) != 0 ? SaveSafe(path) : SaveDirect(path);
+    if (result == kOk) {
+        lastSavedPath_ = path;
+    }
+    return result;
+}
+
+}  // namespace orvik::pkgshared

@@ -1,0 +1,139 @@
+// The configuration store's file side: loading, direct and safe saving.
+#include <windows.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+
+#include "shared/ConfigStore.h"
+#include "shared/ConfigStoreNames.h"
+#include "shared/utils/WinResources.h"
+
+namespace orvik::pkgshared {
+namespace {
+
+constexpr int kMaxNumberedTemporary = 999;
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using UniqueFile = std::unique_ptr<std::FILE, FileCloser>;
+
+int NegativeErrno(int fallback) {
+    return errno != 0 ? -errno : fallback;
+}
+
+bool Exists(const std::wstring& path) {
+    return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+// Opens and closes the target the way the save will need it, so that a
+// locked or read-only target fails before anything is written.
+bool ProbeTarget(const std::wstring& path) {
+    if (Exists(path)) {
+        return UniqueFile(_wfopen(path.c_str(), L"r+b")) != nullptr;
+    }
+    if (UniqueFile(_wfopen(path.c_str(), L"wb")) == nullptr) {
+        return false;
+    }
+    ::DeleteFileW(path.c_str());
+    return true;
+}
+
+// Creates the first free "ini$$<n>.TMP" beside the target.
+int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
+    for (int number = 0; number <= kMaxNumberedTemporary; ++number) {
+        const auto candidate = ini::NumberedTemporaryName(target, number);
+        if (!candidate) {
+            return ConfigStore::kCannotCreateTemporary;
+        }
+        const UniqueHandle file(::CreateFileW(candidate->c_str(), GENERIC_WRITE, 0, nullptr,
+                                              CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+        if (file) {
+            name = *candidate;
+            return ConfigStore::kOk;
+        }
+        if (::GetLastError() != ERROR_FILE_EXISTS) {
+            return ConfigStore::kCannotCreateTemporary;
+        }
+    }
+    return ConfigStore::kNoTemporaryName;
+}
+
+// Writes every line with CRLF to `path`, truncating it first.
+int WriteStoreFile(const ConfigStore& store, const std::wstring& path) {
+    errno = 0;
+    UniqueFile file(_wfopen(path.c_str(), L"wb"));
+    if (!file) {
+        return ConfigStore::kCannotOpenOutput;
+    }
+    const int written = store.WriteTo([&file](const std::string& line) {
+        const std::string withEnd = line + "\r\n";
+        errno = 0;
+        if (std::fwrite(withEnd.data(), 1, withEnd.size(), file.get()) != withEnd.size()) {
+            return NegativeErrno(-EIO);
+        }
+        return 0;
+    });
+    errno = 0;
+    const int closed = std::fclose(file.release());
+    if (written != 0) {
+        return written;
+    }
+    return closed == 0 ? ConfigStore::kOk : NegativeErrno(-EIO);
+}
+
+}  // namespace
+
+int ConfigStore::LoadFile(const std::wstring& path) {
+    sections_.clear();
+    errno = 0;
+    const UniqueFile file(_wfopen(path.c_str(), L"rb"));
+    if (!file) {
+        return NegativeErrno(-EIO);
+    }
+    std::string text;
+    char buffer[4096];
+    size_t read = 0;
+    while ((read = std::fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
+        text.append(buffer, read);
+    }
+    if (std::ferror(file.get())) {
+        return -EIO;
+    }
+    LoadText(text);
+    return kOk;
+}
+
+int ConfigStore::SaveDirect(const std::wstring& path) const {
+    return WriteStoreFile(*this, path);
+}
+
+int ConfigStore::SaveSafe(const std::wstring& path) const {
+    if (!ProbeTarget(path)) {
+        return kCannotUpdateTarget;
+    }
+    std::wstring temporary;
+    if ((options_.save & kNumberedTemporary) != 0) {
+        if (const int result = CreateNumberedTemporary(path, temporary); result != kOk) {
+            return result;
+        }
+    } else {
+        const auto name = ini::SafeSaveTemporaryName(path);
+        if (!name) {
+            return kCannotCreateTemporary;
+        }
+        temporary = *name;
+    }
+    if (const int result = WriteStoreFile(*this, temporary); result != kOk) {
+        ::DeleteFileW(temporary.c_str());
+        return result;
+    }
+    if (!::MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+        ::DeleteFileW(temporary.c_str());
+        return kCannotUpdateTarget;
+    }
+    return kOk;
+}
+
+}  // namespace orvik::pkgshared
