@@ -1,0 +1,112 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <utility>
+#include <vector>
+
+#include "shared/utils/PathUtils.h"
+#include "shared/utils/WinResources.h"
+#include "support/ScratchDirectory.h"
+
+namespace orvik::pkgshared {
+namespace {
+
+namespace fs = boost::filesystem;
+using orvik::testing::WriteBytes;
+
+class RecordingReporter : public IPathReporter {
+public:
+    void Report(ReportMode mode, const std::wstring& text) override {
+        reports.emplace_back(mode, text);
+    }
+    std::vector<std::pair<ReportMode, std::wstring>> reports;
+};
+
+bool IsReadOnly(const fs::path& path) {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+}
+
+void SetReadOnly(const fs::path& path) {
+    ASSERT_TRUE(::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY));
+}
+
+class PathUtilsTest : public ::testing::Test {
+protected:
+    orvik::testing::ScratchDirectory scratch_;
+    RecordingReporter reporter_;
+};
+
+TEST_F(PathUtilsTest, MakeWriteableClearsReadOnly) {
+    const fs::path file = scratch_ / L"readonly.txt";
+    WriteBytes(file, "x");
+    SetReadOnly(file);
+    ASSERT_TRUE(IsReadOnly(file));
+    pathutils::MakeWriteable(file, reporter_);
+    EXPECT_FALSE(IsReadOnly(file));
+    EXPECT_TRUE(reporter_.reports.empty());
+}
+
+TEST_F(PathUtilsTest, MakeWriteableReportsAFailureInTheGivenMode) {
+    const fs::path missing = scratch_ / L"missing.txt";
+    pathutils::MakeWriteable(missing, reporter_, ReportMode::Show);
+    ASSERT_EQ(1u, reporter_.reports.size());
+    EXPECT_EQ(ReportMode::Show, reporter_.reports[0].first);
+    const std::wstring prefix =
+        L"pathutils::MakeWriteable: Boost file system function 'permissions' returned error code "
+        L"'2' for path '" +
+        missing.wstring() + L"'. Error message: ";
+    EXPECT_EQ(prefix, reporter_.reports[0].second.substr(0, prefix.size()));
+    EXPECT_GT(reporter_.reports[0].second.size(), prefix.size());
+}
+
+TEST_F(PathUtilsTest, DeletesATreeWithReadOnlyEntries) {
+    const fs::path root = scratch_ / L"tree";
+    fs::create_directories(root / L"a" / L"b");
+    WriteBytes(root / L"top.txt", "1");
+    WriteBytes(root / L"a" / L"b" / L"deep.txt", "2");
+    SetReadOnly(root / L"top.txt");
+    SetReadOnly(root / L"a" / L"b" / L"deep.txt");
+    SetReadOnly(root / L"a");
+    pathutils::DeleteEntirePath(root, reporter_);
+    EXPECT_FALSE(fs::exists(root));
+    EXPECT_TRUE(reporter_.reports.empty());
+}
+
+TEST_F(PathUtilsTest, DeletesASingleReadOnlyFile) {
+    const fs::path file = scratch_ / L"single.txt";
+    WriteBytes(file, "x");
+    SetReadOnly(file);
+    pathutils::DeleteEntirePath(file, reporter_);
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_TRUE(reporter_.reports.empty());
+}
+
+TEST_F(PathUtilsTest, MissingOrEmptyPathsDoNothing) {
+    pathutils::DeleteEntirePath(scratch_ / L"missing", reporter_);
+    pathutils::DeleteEntirePath(fs::path(), reporter_);
+    EXPECT_TRUE(reporter_.reports.empty());
+    EXPECT_TRUE(fs::exists(scratch_.Path()));
+}
+
+TEST_F(PathUtilsTest, FileHeldOpenIsReportedAndTheRestGoesOn) {
+    const fs::path root = scratch_ / L"busy";
+    fs::create_directories(root);
+    WriteBytes(root / L"held.txt", "x");
+    WriteBytes(root / L"free.txt", "y");
+    {
+        const UniqueHandle held(::CreateFileW((root / L"held.txt").c_str(), GENERIC_READ, 0,
+                                              nullptr, OPEN_EXISTING, 0, nullptr));
+        ASSERT_TRUE(held);
+        pathutils::DeleteEntirePath(root, reporter_);
+    }
+    ASSERT_EQ(1u, reporter_.reports.size());
+    const std::wstring prefix =
+        L"pathutils::DeleteEntirePath: Boost file system function 'remove_all' returned error code";
+    EXPECT_EQ(prefix, reporter_.reports[0].second.substr(0, prefix.size()));
+    EXPECT_TRUE(fs::exists(root / L"held.txt"));
+}
+
+}  // namespace
+}  // namespace orvik::pkgshared
