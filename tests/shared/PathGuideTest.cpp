@@ -1,0 +1,208 @@
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "shared/Exception.h"
+#include "shared/PathGuide.h"
+#include "support/RegistryFixture.h"
+#include "support/ScratchDirectory.h"
+
+namespace orvik::pkgshared {
+namespace {
+
+namespace fs = boost::filesystem;
+using orvik::testing::SetRegistryString;
+
+const std::wstring kCurrentVersion = L"Software\\Calvenna\\Orvik Package Manager\\CurrentVersion";
+const std::wstring kCommonInstaller = L"Software\\Calvenna\\Common\\Installer";
+
+class FakeConfiguration : public ILocalConfiguration {
+public:
+    std::map<std::wstring, std::wstring> strings;
+    std::optional<bool> GetBool(const std::wstring&) const override { return std::nullopt; }
+    std::optional<std::int64_t> GetNumber(const std::wstring&) const override {
+        return std::nullopt;
+    }
+    std::optional<std::wstring> GetString(const std::wstring& name) const override {
+        const auto it = strings.find(name);
+        return it == strings.end() ? std::nullopt : std::optional<std::wstring>(it->second);
+    }
+};
+
+// Each test starts without any Calvenna key and leaves none behind.
+class PathGuideTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
+    }
+    void TearDown() override {
+        orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
+    }
+    // The bootstrapper is a 32-bit process: its view is the 32-bit one.
+    static void Set(const wchar_t* name, const std::wstring& value, DWORD type = REG_SZ) {
+        SetRegistryString(HKEY_LOCAL_MACHINE, kCurrentVersion, name, value, KEY_WOW64_32KEY, type);
+    }
+    static std::wstring Known(const wchar_t* name) {
+        wchar_t buffer[MAX_PATH] = {};
+        ::GetEnvironmentVariableW(name, buffer, MAX_PATH);
+        return buffer;
+    }
+    FakeConfiguration configuration_;
+    PathGuide guide_{configuration_};
+};
+
+TEST_F(PathGuideTest, MissingValuesAnswerFalseOrEmptyAndLeaveTheOutput) {
+    std::wstring out = L"untouched";
+    EXPECT_FALSE(guide_.GetInstallDirectory(out));
+    EXPECT_FALSE(guide_.GetInternalCAPIFullPath(out));
+    EXPECT_FALSE(guide_.GetGUIExecutableFullPath(out));
+    EXPECT_FALSE(guide_.GetUninstallUtilityExecutableFullPath(out));
+    EXPECT_FALSE(guide_.GetDeploymentSupportDirectory(out));
+    EXPECT_FALSE(guide_.GetPackagesDirectory(out));
+    EXPECT_FALSE(guide_.GetUpgraderExecutableFullPath(out));
+    EXPECT_EQ(L"untouched", out);
+    EXPECT_EQ(L"", guide_.GetMSIPropertiesFullPath());
+    EXPECT_EQ(L"", guide_.GetMSIPropertiesVersion().ToString());
+    EXPECT_EQ(L"", guide_.GetGUIExecutableName());
+    EXPECT_EQ(L"", guide_.GetNativeAPIName());
+}
+
+TEST_F(PathGuideTest, ReadsValuesOfItsOwnViewOnly) {
+    Set(L"Path", L"C:\\P32");
+    SetRegistryString(HKEY_LOCAL_MACHINE, kCurrentVersion, L"Path", L"C:\\P64", KEY_WOW64_64KEY);
+    SetRegistryString(HKEY_LOCAL_MACHINE, kCurrentVersion, L"UpgraderExecutableFullPath",
+                      L"C:\\U64\\up.exe", KEY_WOW64_64KEY);
+    std::wstring out;
+    EXPECT_TRUE(guide_.GetInstallDirectory(out));
+    EXPECT_EQ(L"C:\\P32", out);
+    EXPECT_FALSE(guide_.GetUpgraderExecutableFullPath(out));
+}
+
+TEST_F(PathGuideTest, ExecutablePathsFallBackToTheInstallDirectory) {
+    Set(L"NativeAPIName", L"n.dll");
+    Set(L"GUIExecutableName", L"orvikpkg.exe");
+    std::wstring out;
+    EXPECT_FALSE(guide_.GetInternalCAPIFullPath(out));  // no "Path" either
+    EXPECT_FALSE(guide_.GetGUIExecutableFullPath(out));
+
+    Set(L"Path", L"C:\\P");
+    EXPECT_TRUE(guide_.GetInternalCAPIFullPath(out));
+    EXPECT_EQ(L"C:\\P\\n.dll", out);
+    EXPECT_TRUE(guide_.GetGUIExecutableFullPath(out));
+    EXPECT_EQ(L"C:\\P\\orvikpkg.exe", out);
+
+    Set(L"Path", L"C:\\P\\");  // no doubled separator
+    EXPECT_TRUE(guide_.GetInternalCAPIFullPath(out));
+    EXPECT_EQ(L"C:\\P\\n.dll", out);
+
+    Set(L"InternalCAPIFullPath", L"D:\\api.dll");
+    Set(L"GUIExecutableFullPath", L"D:\\gui.exe");
+    EXPECT_TRUE(guide_.GetInternalCAPIFullPath(out));
+    EXPECT_EQ(L"D:\\api.dll", out);
+    EXPECT_TRUE(guide_.GetGUIExecutableFullPath(out));
+    EXPECT_EQ(L"D:\\gui.exe", out);
+}
+
+TEST_F(PathGuideTest, OnlyPlainStringsCount) {
+    Set(L"Path", L"%ProgramFiles%\\Orvik", REG_EXPAND_SZ);
+    std::wstring out;
+    EXPECT_FALSE(guide_.GetInstallDirectory(out));
+    const DWORD number = 7;
+    orvik::testing::SetRegistryValue(HKEY_LOCAL_MACHINE, kCurrentVersion, L"DeploymentSupport",
+                                     REG_DWORD, &number, sizeof(number), KEY_WOW64_32KEY);
+    EXPECT_FALSE(guide_.GetDeploymentSupportDirectory(out));
+}
+
+TEST_F(PathGuideTest, LongValuesAreReadWholeAndTextEndsAtTheFirstZero) {
+    const std::wstring longPath = L"C:\\" + std::wstring(900, L'x');  // 1808 bytes with the zero
+    Set(L"Path", longPath);
+    std::wstring out;
+    EXPECT_TRUE(guide_.GetInstallDirectory(out));
+    EXPECT_EQ(longPath, out);
+
+    const wchar_t twoTexts[] = L"C:\\first\0C:\\second";
+    orvik::testing::SetRegistryValue(HKEY_LOCAL_MACHINE, kCurrentVersion, L"Path", REG_SZ, twoTexts,
+                                     sizeof(twoTexts), KEY_WOW64_32KEY);
+    EXPECT_TRUE(guide_.GetInstallDirectory(out));
+    EXPECT_EQ(L"C:\\first", out);
+
+    const wchar_t unterminated[] = {L'a', L'b', L'c'};
+    orvik::testing::SetRegistryValue(HKEY_LOCAL_MACHINE, kCurrentVersion, L"Path", REG_SZ,
+                                     unterminated, sizeof(unterminated), KEY_WOW64_32KEY);
+    EXPECT_TRUE(guide_.GetInstallDirectory(out));
+    EXPECT_EQ(L"abc", out);
+}
+
+TEST_F(PathGuideTest, PackagesDirectoryMustBePresent) {
+    orvik::testing::ScratchDirectory scratch;
+    Set(L"DeploymentSupport", scratch.Path().wstring());
+    std::wstring out = L"untouched";
+    EXPECT_FALSE(guide_.GetPackagesDirectory(out));
+    EXPECT_EQ(L"untouched", out);
+    fs::create_directory(scratch / L"orvik-package-manager-packages");
+    EXPECT_TRUE(guide_.GetPackagesDirectory(out));
+    EXPECT_EQ((scratch / L"orvik-package-manager-packages").wstring(), out);
+}
+
+TEST_F(PathGuideTest, DataDirectoriesAndTheirFallbacks) {
+    const std::wstring programData = guide_.GetCompanyPublicDataDirectory();
+    EXPECT_EQ((fs::path(Known(L"ProgramData")) / L"Calvenna").wstring(), programData);
+    EXPECT_EQ(programData + L"\\Orvik Package Manager", guide_.GetPublicDataDirectory());
+    EXPECT_EQ(programData + L"\\Orvik Package Manager\\Settings", guide_.GetSettingsDirectory());
+    const std::wstring userData =
+        (fs::path(Known(L"LOCALAPPDATA")) / L"Calvenna" / L"Orvik Package Manager").wstring();
+    EXPECT_EQ(userData, guide_.GetUserDataDirectory());
+    EXPECT_EQ(userData + L"\\Logs", guide_.GetLogsDirectory());
+
+    SetRegistryString(HKEY_LOCAL_MACHINE, kCommonInstaller, L"ORVIKPUBAPPDATADIR", L"E:\\Pub",
+                      KEY_WOW64_32KEY);
+    EXPECT_EQ(L"E:\\Pub\\Orvik Package Manager\\Settings", guide_.GetSettingsDirectory());
+
+    configuration_.strings[L"logs-directory"] = L"F:\\MyLogs";
+    EXPECT_EQ(L"F:\\MyLogs", guide_.GetLogsDirectory());
+}
+
+TEST_F(PathGuideTest, ExistingSettingsDirectory) {
+    orvik::testing::ScratchDirectory scratch;
+    SetRegistryString(HKEY_LOCAL_MACHINE, kCommonInstaller, L"ORVIKPUBAPPDATADIR",
+                      scratch.Path().wstring(), KEY_WOW64_32KEY);
+    std::wstring out;
+    EXPECT_FALSE(guide_.GetExistingSettingsDirectory(out));
+    fs::create_directories(scratch / L"Orvik Package Manager\\Settings");
+    EXPECT_TRUE(guide_.GetExistingSettingsDirectory(out));
+    EXPECT_EQ((scratch / L"Orvik Package Manager\\Settings").wstring(), out);
+}
+
+TEST_F(PathGuideTest, MsiPropertiesVersionIsParsed) {
+    Set(L"MSIPropertiesVersion", L"26.5.0.49297");
+    Set(L"MSIPropertiesFullPath", L"C:\\P\\msi.properties");
+    EXPECT_EQ(0, guide_.GetMSIPropertiesVersion().Compare(Version(L"26.5.0.49297")));
+    EXPECT_EQ(L"C:\\P\\msi.properties", guide_.GetMSIPropertiesFullPath());
+}
+
+TEST_F(PathGuideTest, ModuleAndSystemLocations) {
+    const std::wstring module = guide_.GetModuleFilePath();
+    EXPECT_EQ(L"path_guide_tests.exe", fs::path(module).filename().wstring());
+    EXPECT_EQ(module, guide_.GetProcessExecutablePath());
+    EXPECT_TRUE(fs::is_directory(guide_.GetTempDirectory()));
+    EXPECT_TRUE(fs::is_directory(guide_.GetTempDirectoryFromSystem()));
+    EXPECT_TRUE(fs::is_directory(guide_.GetWindowsDirectory()));
+    EXPECT_TRUE(fs::is_directory(guide_.GetProfileDirectory()));
+}
+
+TEST_F(PathGuideTest, UniqueTempPathsDifferAndFollowThePattern) {
+    const fs::path first = guide_.GetUniqueTempPath(L"orvikpkg_preinstall");
+    const fs::path second = guide_.GetUniqueTempPath(L"orvikpkg_preinstall");
+    EXPECT_NE(first, second);
+    EXPECT_EQ(fs::path(guide_.GetTempDirectory()), first.parent_path());
+    const std::wstring name = first.filename().wstring();
+    ASSERT_EQ(std::wstring(L"orvikpkg_preinstall-xxxx-xxxx-xxxx-xxxx").size(), name.size());
+    EXPECT_EQ(0u, name.find(L"orvikpkg_preinstall-"));
+    EXPECT_EQ(std::wstring::npos, name.find(L'%'));
+    EXPECT_FALSE(fs::exists(first));
+}
+
+}  // namespace
+}  // namespace orvik::pkgshared
