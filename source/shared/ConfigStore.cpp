@@ -104,6 +104,18 @@ void ConfigStore::SetValue(std::string_view section, std::string_view key, std::
     found->lines.push_back(std::move(line));
 }
 
+std::vector<std::string> ConfigStore::Keys(std::string_view section) const {
+    std::vector<std::string> keys;
+    if (const Section* found = FindSection(section)) {
+        for (const Line& line : found->lines) {
+            if (line.isEntry) {
+                keys.push_back(line.entry.key);
+            }
+        }
+    }
+    return keys;
+}
+
 bool ConfigStore::RemoveValue(std::string_view section, std::string_view key) {
     Section* found = FindSection(section);
     if (found == nullptr) {

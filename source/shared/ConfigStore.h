@@ -53,6 +53,8 @@ public:
     std::optional<std::string> GetValue(std::string_view section, std::string_view key) const;
     // Replaces the first value of `key`, or appends an entry (and the section).
     void SetValue(std::string_view section, std::string_view key, std::string value);
+    // The keys of the matching section, in file order.
+    std::vector<std::string> Keys(std::string_view section) const;
     // Removes every entry of `key` in the matching section; true when one was removed.
     bool RemoveValue(std::string_view section, std::string_view key);
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "shared/Exception.h"
+#include "shared/ISharedSession.h"
 
 namespace orvik::pkgshared {
 
@@ -30,5 +31,9 @@ std::wstring LocalTimestamp();
 // shared for reading and writing.
 void ReportException(const std::wstring& where, const Exception& exception,
                      const std::wstring& extraText, const std::wstring& logsDirectory);
+
+// ReportException into the session's logs directory (the path guide's).
+void ReportException(const std::wstring& where, const Exception& exception,
+                     const std::wstring& extraText, ISharedSession& session);
 
 }  // namespace orvik::pkgshared

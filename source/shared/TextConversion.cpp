@@ -54,6 +54,70 @@ std::string WideToUtf8(std::wstring_view text) {
     return out;
 }
 
+namespace {
+
+void AppendWide(std::wstring& out, char32_t cp) {
+    if constexpr (sizeof(wchar_t) == 2) {
+        if (cp >= 0x10000) {
+            cp -= 0x10000;
+            out.push_back(static_cast<wchar_t>(0xD800 + (cp >> 10)));
+            out.push_back(static_cast<wchar_t>(0xDC00 + (cp & 0x3FF)));
+            return;
+        }
+    }
+    out.push_back(static_cast<wchar_t>(cp));
+}
+
+// Length of the sequence a lead byte starts and the bits it carries; 0 for a
+// byte that cannot start one.
+size_t SequenceLength(unsigned char lead, char32_t& bits) {
+    if (lead < 0x80) {
+        bits = lead;
+        return 1;
+    }
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        bits = lead & 0x1F;
+        return 2;
+    }
+    if (lead >= 0xE0 && lead <= 0xEF) {
+        bits = lead & 0x0F;
+        return 3;
+    }
+    if (lead >= 0xF0 && lead <= 0xF4) {
+        bits = lead & 0x07;
+        return 4;
+    }
+    return 0;
+}
+
+}  // namespace
+
+std::wstring Utf8ToWide(std::string_view text) {
+    std::wstring out;
+    out.reserve(text.size());
+    size_t i = 0;
+    while (i < text.size()) {
+        char32_t cp = 0;
+        const size_t length = SequenceLength(static_cast<unsigned char>(text[i]), cp);
+        bool valid = length > 0 && i + length <= text.size();
+        for (size_t k = 1; valid && k < length; ++k) {
+            const auto byte = static_cast<unsigned char>(text[i + k]);
+            valid = (byte & 0xC0) == 0x80;
+            cp = (cp << 6) | (byte & 0x3F);
+        }
+        const char32_t minimum[] = {0, 0, 0x80, 0x800, 0x10000};
+        valid = valid && cp >= minimum[length] && cp <= 0x10FFFF && !(cp >= 0xD800 && cp <= 0xDFFF);
+        if (!valid) {
+            AppendWide(out, kReplacement);
+            ++i;
+            continue;
+        }
+        AppendWide(out, cp);
+        i += length;
+    }
+    return out;
+}
+
 std::wstring WidenAscii(std::string_view text) {
     std::wstring out;
     out.reserve(text.size());

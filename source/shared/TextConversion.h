@@ -11,6 +11,9 @@ namespace orvik::pkgshared {
 // WideCharToMultiByte with code page 65001 does.
 std::string WideToUtf8(std::wstring_view text);
 
+// Wide form of a UTF-8 text. Malformed sequences become U+FFFD.
+std::wstring Utf8ToWide(std::string_view text);
+
 // Wide form of a text whose characters are all ASCII (names of functions,
 // literals); every byte is widened as it is.
 std::wstring WidenAscii(std::string_view text);

@@ -76,6 +76,8 @@ TEST(ConfigStoreTest, SetAndRemoveValues) {
     store.SetValue("new", "x", "y");
     store.SetValue("", "g", "h");
     EXPECT_EQ("[s]\nk=9\nk=2\n[new]\nx=y\ng=h\n", Text(store));
+    EXPECT_EQ((std::vector<std::string>{"k", "k"}), store.Keys("S"));
+    EXPECT_TRUE(store.Keys("none").empty());
     EXPECT_TRUE(store.RemoveValue("s", "k"));
     EXPECT_FALSE(store.RemoveValue("s", "k"));
     EXPECT_FALSE(store.RemoveValue("missing", "k"));

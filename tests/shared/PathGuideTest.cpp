@@ -6,6 +6,7 @@
 
 #include "shared/Exception.h"
 #include "shared/PathGuide.h"
+#include "support/Fakes.h"
 #include "support/RegistryFixture.h"
 #include "support/ScratchDirectory.h"
 
@@ -17,19 +18,6 @@ using orvik::testing::SetRegistryString;
 
 const std::wstring kCurrentVersion = L"Software\\Calvenna\\Orvik Package Manager\\CurrentVersion";
 const std::wstring kCommonInstaller = L"Software\\Calvenna\\Common\\Installer";
-
-class FakeConfiguration : public ILocalConfiguration {
-public:
-    std::map<std::wstring, std::wstring> strings;
-    std::optional<bool> GetBool(const std::wstring&) const override { return std::nullopt; }
-    std::optional<std::int64_t> GetNumber(const std::wstring&) const override {
-        return std::nullopt;
-    }
-    std::optional<std::wstring> GetString(const std::wstring& name) const override {
-        const auto it = strings.find(name);
-        return it == strings.end() ? std::nullopt : std::optional<std::wstring>(it->second);
-    }
-};
 
 // Each test starts without any Calvenna key and leaves none behind.
 class PathGuideTest : public ::testing::Test {
@@ -49,7 +37,7 @@ protected:
         ::GetEnvironmentVariableW(name, buffer, MAX_PATH);
         return buffer;
     }
-    FakeConfiguration configuration_;
+    orvik::testing::FakeConfiguration configuration_;
     PathGuide guide_{configuration_};
 };
 

@@ -1,0 +1,51 @@
+#pragma once
+// Logger: writes this run's trace to its own UTF-8 file (flushed per line)
+// and to the debugger output.
+//
+// Both the window thread and the worker thread log, so Log, Close and
+// GetLogFilePath are serialised by the logger's own mutex. Together with the
+// archive extraction lock it is one of the two locks of the program.
+//
+// The logger never creates the "OrvikPkgLogs" directory: the entry creates it
+// right after Initialize, before the first line. While it is missing, lines
+// are dropped.
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "shared/ILogger.h"
+#include "shared/ISharedSession.h"
+
+namespace orvik::pkgshared {
+
+class Logger : public ILogger {
+public:
+    Logger() = default;
+    ~Logger() override;
+    Logger(const Logger&) = delete;
+    Logger& operator=(const Logger&) = delete;
+
+    // Sets the log file path to "<logs directory>\OrvikPkgLogs\OrvikPkgLog_
+    // <local time>_<process id>.txt" and reads the "disablelogging" setting.
+    // Does nothing when the path is already set. Throws std::runtime_error
+    // ("could not convert calendar time to local time") and what the
+    // configuration's boolean query throws.
+    void Initialize(ISharedSession& session);
+
+    void Log(const std::wstring& source, std::int32_t level, const std::wstring& message) override;
+    void Close() override;
+    std::wstring GetLogFilePath() const override;
+
+private:
+    struct FileCloser {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+
+    bool loggingDisabled_ = false;
+    std::wstring logFilePath_;
+    std::unique_ptr<std::FILE, FileCloser> stream_;
+    mutable std::mutex mutex_;
+};
+
+}  // namespace orvik::pkgshared

@@ -1,0 +1,138 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <sstream>
+#include <thread>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "shared/Exception.h"
+#include "shared/Logger.h"
+#include "shared/PathGuide.h"
+#include "support/Fakes.h"
+#include "support/ScratchDirectory.h"
+
+namespace orvik::pkgshared {
+namespace {
+
+namespace fs = boost::filesystem;
+using orvik::testing::ReadBytes;
+
+class LogsHere : public PathGuide {
+public:
+    using PathGuide::PathGuide;
+    std::wstring GetLogsDirectory() const override { return logs; }
+    std::wstring logs;
+};
+
+class FakeSession : public ISharedSession {
+public:
+    FakeSession() : guide(configuration) {}
+    PathGuide& GetPathGuide() override { return guide; }
+    ILocalConfiguration& GetLocalConfiguration() override { return configuration; }
+    ILogger& GetLogger() override { return logger; }
+    orvik::testing::FakeConfiguration configuration;
+    LogsHere guide;
+    orvik::testing::RecordingLogger logger;
+};
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+class LoggerTest : public ::testing::Test {
+protected:
+    void SetUp() override { session_.guide.logs = scratch_.Path().wstring(); }
+    void MakeLogsDirectory() { fs::create_directories(scratch_ / L"OrvikPkgLogs"); }
+    orvik::testing::ScratchDirectory scratch_;
+    FakeSession session_;
+    Logger logger_;
+};
+
+TEST_F(LoggerTest, FileNameHasTheLocalTimeAndTheProcess) {
+    EXPECT_EQ(L"", logger_.GetLogFilePath());
+    logger_.Initialize(session_);
+    const fs::path path = logger_.GetLogFilePath();
+    EXPECT_EQ(scratch_ / L"OrvikPkgLogs", path.parent_path());
+    const std::wregex pattern(L"OrvikPkgLog_\\d{4}-\\d{2}-\\d{2}T\\d{2}\\.\\d{2}\\.\\d{2}_" +
+                              std::to_wstring(::GetCurrentProcessId()) + L"\\.txt");
+    EXPECT_TRUE(std::regex_match(path.filename().wstring(), pattern));
+}
+
+TEST_F(LoggerTest, SecondInitializeKeepsTheFirstFile) {
+    logger_.Initialize(session_);
+    const std::wstring first = logger_.GetLogFilePath();
+    session_.guide.logs = (scratch_ / L"elsewhere").wstring();
+    session_.configuration.bools[L"disablelogging"] = true;
+    logger_.Initialize(session_);
+    EXPECT_EQ(first, logger_.GetLogFilePath());
+    MakeLogsDirectory();
+    logger_.Log(L"s", 0, L"still logging");
+    EXPECT_TRUE(fs::exists(first));
+}
+
+TEST_F(LoggerTest, WritesFlushedUtf8LinesAndAppendsAfterClose) {
+    logger_.Initialize(session_);
+    MakeLogsDirectory();
+    logger_.Log(L"PreInstall", 1, L"a\nb");
+    logger_.Log(L"", 0, L"\u65E5\u672C");
+    // Flushed per line: readable while the logger holds the file.
+    std::vector<std::string> lines = Lines(ReadBytes(logger_.GetLogFilePath()));
+    ASSERT_EQ(2u, lines.size());
+    const std::regex time("\\d{2}:\\d{2}:\\d{2}(\\.\\d{6}| {7}) ");
+    EXPECT_TRUE(std::regex_match(lines[0].substr(0, 16), time)) << lines[0];
+    EXPECT_EQ("PreInstall: a\\|b", lines[0].substr(16));
+    EXPECT_EQ(" : \xE6\x97\xA5\xE6\x9C\xAC", lines[1].substr(16));  // empty source: one blank
+
+    logger_.Close();
+    logger_.Log(L"s", 0, L"after close");
+    lines = Lines(ReadBytes(logger_.GetLogFilePath()));
+    ASSERT_EQ(3u, lines.size());
+    EXPECT_EQ("s: after close", lines[2].substr(16));
+}
+
+TEST_F(LoggerTest, LinesAreDroppedWhileTheDirectoryIsMissing) {
+    logger_.Initialize(session_);
+    logger_.Log(L"s", 0, L"lost");
+    EXPECT_FALSE(fs::exists(scratch_ / L"OrvikPkgLogs"));
+    MakeLogsDirectory();
+    logger_.Log(L"s", 0, L"kept");
+    EXPECT_EQ(1u, Lines(ReadBytes(logger_.GetLogFilePath())).size());
+}
+
+TEST_F(LoggerTest, DisabledLoggingCreatesNoFile) {
+    session_.configuration.bools[L"disablelogging"] = true;
+    logger_.Initialize(session_);
+    MakeLogsDirectory();
+    logger_.Log(L"s", 0, L"nothing");
+    EXPECT_FALSE(fs::exists(logger_.GetLogFilePath()));
+    EXPECT_TRUE(fs::is_empty(scratch_ / L"OrvikPkgLogs"));
+}
+
+TEST_F(LoggerTest, TwoThreadsWriteWholeLines) {
+    logger_.Initialize(session_);
+    MakeLogsDirectory();
+    auto writer = [this](const wchar_t* source) {
+        for (int i = 0; i < 200; ++i) {
+            logger_.Log(source, 0, L"line " + std::to_wstring(i));
+        }
+    };
+    std::thread first(writer, L"first");
+    std::thread second(writer, L"second");
+    first.join();
+    second.join();
+    const std::vector<std::string> lines = Lines(ReadBytes(logger_.GetLogFilePath()));
+    ASSERT_EQ(400u, lines.size());
+    const std::regex whole("[0-9:. ]{15} (first|second): line \\d+");
+    for (const std::string& line : lines) {
+        EXPECT_TRUE(std::regex_match(line, whole)) << line;
+    }
+}
+
+}  // namespace
+}  // namespace orvik::pkgshared
