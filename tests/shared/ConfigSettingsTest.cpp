@@ -5,19 +5,16 @@
 #include "shared/ConfigSettings.h"
 #include "shared/utils/WinResources.h"
 #include "support/Fakes.h"
+#include "support/FileLock.h"
 #include "support/ScratchDirectory.h"
 
 namespace orvik::pkgshared {
 namespace {
 
 namespace fs = boost::filesystem;
+using orvik::testing::HoldWithoutSharing;
 using orvik::testing::ReadBytes;
 using orvik::testing::WriteBytes;
-
-UniqueHandle HoldWithoutSharing(const fs::path& file) {
-    return UniqueHandle(::CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-}
 
 class ConfigSettingsTest : public ::testing::Test {
 protected:

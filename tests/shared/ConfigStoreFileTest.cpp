@@ -4,6 +4,7 @@
 
 #include "shared/ConfigStore.h"
 #include "shared/utils/WinResources.h"
+#include "support/FileLock.h"
 #include "support/ScratchDirectory.h"
 
 namespace orvik::pkgshared {
@@ -68,8 +69,7 @@ TEST_F(ConfigStoreFileTest, TargetWithTmpExtensionIsNotItsOwnTemporary) {
 TEST_F(ConfigStoreFileTest, LockedTargetFailsAtTheProbeAndLeavesNoTemporary) {
     const fs::path target = scratch_ / L"locked.ini";
     WriteBytes(target, original_);
-    const UniqueHandle lock(::CreateFileW(target.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const UniqueHandle lock = orvik::testing::HoldWithoutSharing(target);
     ASSERT_TRUE(lock);
     for (unsigned options : {unsigned{ConfigStore::kSafeSave},
                              unsigned{ConfigStore::kSafeSave | ConfigStore::kNumberedTemporary}}) {

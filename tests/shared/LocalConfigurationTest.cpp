@@ -8,6 +8,7 @@
 #include "shared/LocalConfiguration.h"
 #include "shared/utils/WinResources.h"
 #include "support/Fakes.h"
+#include "support/FileLock.h"
 #include "support/ScratchDirectory.h"
 
 namespace orvik::pkgshared {
@@ -95,8 +96,7 @@ TEST_F(LocalConfigurationTest, LoadFailures) {
     EXPECT_EQ(-125126, CodeOf([&] { configuration_.Load(deep, settings_.wstring()); }));
 
     WritePackageManager("a=b\r\n");
-    const UniqueHandle lock(::CreateFileW((packageManager_ / L"orvikpkg.ini").c_str(), GENERIC_READ,
-                                          0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const UniqueHandle lock = orvik::testing::HoldWithoutSharing(packageManager_ / L"orvikpkg.ini");
     ASSERT_TRUE(lock);
     EXPECT_EQ(-125235, CodeOf([this] { Load(); }));
 }
@@ -121,8 +121,7 @@ TEST_F(LocalConfigurationTest, SetWritesOrvikpkgIni) {
 TEST_F(LocalConfigurationTest, SetThatCannotBeSavedRaises) {
     WritePackageManager("kept=1\r\n");
     Load();
-    const UniqueHandle lock(::CreateFileW((packageManager_ / L"orvikpkg.ini").c_str(), GENERIC_READ,
-                                          0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const UniqueHandle lock = orvik::testing::HoldWithoutSharing(packageManager_ / L"orvikpkg.ini");
     EXPECT_EQ(-125227, CodeOf([this] { configuration_.SetString(L"x", L"y"); }));
     EXPECT_FALSE(clock_.sleeps.empty());
 }
