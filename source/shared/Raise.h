@@ -5,6 +5,7 @@
 //
 //   ORVIK_THROW(CouldNotCreateDirectoryException, error, path, message);
 //   ORVIK_THROW(Exception, -126316);
+//   ORVIK_THROW(PreInstallPayloadExtractEmpty);
 //
 // The recorded source is the raising file's path below the checkout, without
 // its extension and with backslashes (source\shared\PathGuide). A file that
@@ -27,4 +28,11 @@ std::wstring SourceNameFromPath(std::string_view path);
 #define ORVIK_SOURCE_HERE ::orvik::pkgshared::SourceNameFromPath(__FILE__)
 #endif
 
-#define ORVIK_THROW(Type, ...) throw Type(__VA_ARGS__, ORVIK_SOURCE_HERE.c_str(), __LINE__)
+#define ORVIK_THROW(Type, ...) \
+    throw Type(__VA_ARGS__ __VA_OPT__(, ) ORVIK_SOURCE_HERE.c_str(), __LINE__)
+
+// For the errors whose published identity includes a fixed line number
+// (support documents refer to them by file and line): records `Line` instead
+// of the raising statement's.
+#define ORVIK_THROW_AT(Line, Type, ...) \
+    throw Type(__VA_ARGS__ __VA_OPT__(, ) ORVIK_SOURCE_HERE.c_str(), Line)

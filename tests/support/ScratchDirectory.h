@@ -1,11 +1,12 @@
 #pragma once
 // A fresh folder under the system's temporary directory, removed with
 // everything in it when the object goes away.
-#include <iterator>
+#include <gtest/gtest.h>
+
+#include <cstdio>
 #include <string>
 
 #include <boost/filesystem.hpp>
-#include <boost/filesystem/fstream.hpp>
 
 namespace orvik::testing {
 
@@ -40,14 +41,26 @@ private:
     boost::filesystem::path path_;
 };
 
+// Whole-file helpers over the wide C runtime calls: the C++ streams of this
+// runtime take narrow names, which lose characters outside the code page.
 inline std::string ReadBytes(const boost::filesystem::path& file) {
-    boost::filesystem::ifstream in(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    std::string bytes;
+    if (std::FILE* in = _wfopen(file.c_str(), L"rb")) {
+        char buffer[65536];
+        size_t read = 0;
+        while ((read = std::fread(buffer, 1, sizeof(buffer), in)) > 0) {
+            bytes.append(buffer, read);
+        }
+        std::fclose(in);
+    }
+    return bytes;
 }
 
 inline void WriteBytes(const boost::filesystem::path& file, const std::string& bytes) {
-    boost::filesystem::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out << bytes;
+    std::FILE* out = _wfopen(file.c_str(), L"wb");
+    ASSERT_NE(nullptr, out) << file.string();
+    std::fwrite(bytes.data(), 1, bytes.size(), out);
+    std::fclose(out);
 }
 
 }  // namespace orvik::testing

@@ -39,6 +39,7 @@ key=$( {
   ls "$src"/*.dsc | xargs -n1 basename
   "$triple-g++-posix" --version | head -n 1
   cat "$root/cmake/mingw-common.cmake" "$root/cmake/toolchain-$triple.cmake" "$0"
+  cat "$here"/patches/*.patch
 } | sha256sum | cut -c1-16)
 prefix=$cache/$key/$arch
 if [ -f "$prefix/.complete" ]; then
@@ -83,6 +84,10 @@ cmake_build zstd "$zstd_dir/build/cmake" -DZSTD_BUILD_SHARED=OFF -DZSTD_BUILD_ST
 # libarchive's configure a cross-compiled try_run, which crashes CMake 3.25
 # for x86_64.
 archive_dir=$(unpack libarchive)
+# Our own patches (see each file's header) on top of Debian's.
+for p in "$here"/patches/libarchive-*.patch; do
+  patch -d "$archive_dir" -p1 --quiet <"$p" >&2
+done
 cmake_build libarchive "$archive_dir" -DENABLE_TEST=OFF -DENABLE_TAR=ON -DENABLE_CPIO=OFF \
   -DENABLE_CAT=OFF -DENABLE_OPENSSL=OFF -DENABLE_LZMA=OFF -DENABLE_LZ4=OFF -DENABLE_BZip2=OFF \
   -DENABLE_LIBXML2=OFF -DENABLE_EXPAT=OFF -DENABLE_ICONV=OFF -DENABLE_LIBB2=OFF -DENABLE_CNG=OFF \
@@ -99,5 +104,9 @@ cmake_build boost "$boost_dir" \
   -DBOOST_INCLUDE_LIBRARIES="filesystem;system;format;date_time;lexical_cast"
 
 touch "$prefix/.complete"
+# Prefixes of this architecture under older keys are no longer used.
+for old in "$cache"/*/"$arch"; do
+  [ "$old" = "$prefix" ] || rm -rf "$old"
+done
 log "installed into $prefix"
 echo "$prefix"

@@ -10,7 +10,7 @@ set -euo pipefail
 
 packages=(
   g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix mingw-w64-tools
-  libz-mingw-w64-dev cmake ninja-build googletest dpkg-dev
+  libz-mingw-w64-dev cmake ninja-build googletest dpkg-dev patch python3
   wine wine64 wine32:i386 xvfb xauth xdotool
 )
 

@@ -29,5 +29,15 @@ wineserver -p >/dev/null 2>&1 </dev/null
 "$build/wine-run" cmd /c exit 0 >/dev/null 2>&1 </dev/null || true
 trap 'wineserver -k >/dev/null 2>&1 || true' EXIT
 
+# A small file system for the disk-full tests, when this user may mount one.
+tiny=$build/tinyfs
+mkdir -p "$tiny"
+if [ "$(id -u)" -eq 0 ] && ! mountpoint -q "$tiny" && mount -t tmpfs -o size=1m tmpfs "$tiny" 2>/dev/null; then
+  export ORVIK_TINY_FS=$tiny
+  trap 'umount "$tiny" 2>/dev/null || true; wineserver -k >/dev/null 2>&1 || true' EXIT
+elif mountpoint -q "$tiny"; then
+  export ORVIK_TINY_FS=$tiny
+fi
+
 cd "$build"
 ctest --output-on-failure -j "$(nproc)" "$@"

@@ -1,0 +1,298 @@
+#include "shared/ArchiveManager.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <mutex>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "shared/Exception.h"
+#include "shared/ExceptionFamily.h"
+#include "shared/Raise.h"
+#include "shared/TextConversion.h"
+
+namespace orvik::pkgshared {
+namespace {
+
+namespace fs = boost::filesystem;
+
+constexpr std::int32_t kAccessDeniedCode = -125048;
+constexpr std::int32_t kDiskFullCode = -125121;
+constexpr std::int32_t kLibraryErrorCode = -125213;
+constexpr std::int32_t kUnpackNotification = 10;
+constexpr size_t kBlockSize = 10240;
+constexpr std::chrono::nanoseconds kNotificationInterval(16'000'000);
+constexpr int kWriterOptions = ARCHIVE_EXTRACT_PERM | ARCHIVE_EXTRACT_TIME | ARCHIVE_EXTRACT_ACL |
+                               ARCHIVE_EXTRACT_FFLAGS;  // 0x66
+constexpr wchar_t kUnarchiveName[] = L"orvik::pkgshared::ArchiveManager::Unarchive";
+static_assert(kWriterOptions == 0x66, "permissions, times, ACLs and file flags only");
+
+struct ArchiveWriterDeleter {
+    void operator()(archive* writer) const { archive_write_free(writer); }
+};
+using ArchiveWriter = std::unique_ptr<archive, ArchiveWriterDeleter>;
+
+std::wstring LibraryErrorText(archive* a) {
+    const char* text = archive_error_string(a);
+    return text != nullptr ? Utf8ToWide(text) : std::wstring();
+}
+
+// Turns a failed library call into the foundation's exception, recording
+// the line of the failing call.
+[[noreturn]] void ThrowLibraryError(archive* a, std::int32_t line) {
+    if (archive_errno(a) == ENOSPC) {
+        ORVIK_THROW_AT(line, Exception, kDiskFullCode);
+    }
+    ORVIK_THROW_AT(line, Exception, kLibraryErrorCode, LibraryErrorText(a),
+                   ToDecimal(archive_errno(a)));
+}
+
+#define ORVIK_CHECK_ARCHIVE(call, handle)        \
+    do {                                         \
+        if ((call) < ARCHIVE_OK) {               \
+            ThrowLibraryError(handle, __LINE__); \
+        }                                        \
+    } while (false)
+
+std::mutex& UnpackMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+// "./name" (or ".\name") loses its leading dot and separator, once.
+std::wstring StripCurrentDirectory(std::wstring name) {
+    if (name.size() > 1 && name[0] == L'.' && (name[1] == L'/' || name[1] == L'\\')) {
+        name.erase(0, 2);
+    }
+    return name;
+}
+
+bool IsListed(const std::wstring& name, const std::vector<std::wstring>& entries) {
+    const fs::path candidate(name);
+    for (const std::wstring& entry : entries) {
+        if (fs::path(entry) == candidate) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Copies the entry's data until the end or until the caller cancels.
+void CopyData(archive* reader, archive* writer, NotificationCallbackInterface& callback) {
+    while (!callback.IsCancelRequested()) {
+        const void* block = nullptr;
+        size_t size = 0;
+        la_int64_t offset = 0;
+        const int result = archive_read_data_block(reader, &block, &size, &offset);
+        if (result == ARCHIVE_EOF) {
+            return;
+        }
+        ORVIK_CHECK_ARCHIVE(result, reader);
+        ORVIK_CHECK_ARCHIVE(archive_write_data_block(writer, block, size, offset), writer);
+    }
+}
+
+void RemoveWritePermissions(const fs::path& file) {
+    boost::system::error_code error;
+    if (fs::exists(file, error)) {
+        fs::permissions(
+            file, fs::remove_perms | fs::owner_write | fs::group_write | fs::others_write, error);
+    }
+}
+
+// Renames the raw stream's "data" after the source file, without its extension.
+void RenameRawData(const fs::path& destination, const std::wstring& sourceFile) {
+    const fs::path from = destination / L"data";
+    const fs::path to = destination / fs::path(sourceFile).stem();
+    boost::system::error_code error;
+    fs::rename(from, to, error);
+    if (error) {
+        ORVIK_THROW(Exception, kLibraryErrorCode,
+                    L"rename " + from.wstring() + L": " + Utf8ToWide(error.message()),
+                    ToDecimal(error.value()));
+    }
+}
+
+void CreateEmptyRawData(const fs::path& destination) {
+    boost::system::error_code error;
+    fs::create_directories(destination, error);
+    std::FILE* file = nullptr;
+#ifdef _WIN32
+    file = _wfopen((destination / L"data").c_str(), L"wb");
+#else
+    file = std::fopen((destination / L"data").c_str(), "wb");
+#endif
+    if (file == nullptr) {
+        ORVIK_THROW(FailedToOpenCRuntimeFileException, (destination / L"data").wstring(), errno);
+    }
+    std::fclose(file);
+}
+
+// Throws what opening `file` for reading fails with: Exception -125048 when
+// access is denied, FailedToOpenCRuntimeFileException otherwise.
+void ThrowUnlessReadable(const std::wstring& file) {
+    errno = 0;
+#ifdef _WIN32
+    std::FILE* opened = _wfopen(file.c_str(), L"rb");
+#else
+    std::FILE* opened = std::fopen(fs::path(file).c_str(), "rb");
+#endif
+    if (opened != nullptr) {
+        std::fclose(opened);
+        return;
+    }
+    if (errno == EACCES) {
+        ORVIK_THROW(Exception, kAccessDeniedCode, file);
+    }
+    ORVIK_THROW(FailedToOpenCRuntimeFileException, file, errno);
+}
+
+}  // namespace
+
+void ArchiveReaderDeleter::operator()(archive* reader) const {
+    archive_read_free(reader);
+}
+
+ArchiveReader ArchiveManager::GetSourceArchiveForUnarchive(const std::wstring& sourceFile,
+                                                           ArchiveType archiveType,
+                                                           CompressionType compressionType) {
+    ArchiveReader reader(archive_read_new());
+    archive* a = reader.get();
+    switch (archiveType) {
+        case kArchiveRaw:
+            ORVIK_CHECK_ARCHIVE(archive_read_support_format_raw(a), a);
+            break;
+        case kArchiveAr:
+            ORVIK_CHECK_ARCHIVE(archive_read_support_format_ar(a), a);
+            break;
+        case kArchiveTar:
+            ORVIK_CHECK_ARCHIVE(archive_read_support_format_tar(a), a);
+            break;
+        default:
+            ORVIK_THROW(BadArgumentException, L"archiveType", ToDecimal(archiveType),
+                        L"GetSourceArchiveForUnarchive");
+    }
+    // Filter results are deliberately not checked: a filter that cannot be
+    // enabled shows up as a header read failure.
+    switch (compressionType) {
+        case kCompressionNone:
+            break;
+        case kCompressionGzip:
+            archive_read_support_filter_gzip(a);
+            break;
+        case kCompressionZstd:
+            archive_read_support_filter_zstd(a);
+            break;
+        default:
+            ORVIK_THROW(BadArgumentException, L"compressionType", ToDecimal(compressionType),
+                        L"GetSourceArchiveForUnarchive");
+    }
+    ORVIK_CHECK_ARCHIVE(archive_read_support_format_empty(a), a);
+    ThrowUnlessReadable(sourceFile);
+    if (archive_read_open_filename_w(a, sourceFile.c_str(), kBlockSize) != ARCHIVE_OK) {
+        if (archive_errno(a) == EACCES) {
+            ORVIK_THROW(Exception, kAccessDeniedCode, sourceFile);
+        }
+        // The file opened, but its start is not an archive of the enabled
+        // kind: the library recognises formats while opening.
+        ORVIK_THROW(InvalidArchiveException, LibraryErrorText(a));
+    }
+    return reader;
+}
+
+void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
+                               const std::wstring& sourceFile,
+                               const std::wstring& destinationFolder,
+                               const std::vector<std::wstring>& entries, ArchiveType archiveType,
+                               CompressionType compressionType, bool readOnly) {
+    ProgressTracker tracker(0, 0);
+    Unarchive(callback, sourceFile, destinationFolder, entries, archiveType, compressionType,
+              &tracker, readOnly, true);
+}
+
+void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
+                               const std::wstring& sourceFile,
+                               const std::wstring& destinationFolder,
+                               const std::vector<std::wstring>& entries, ArchiveType archiveType,
+                               CompressionType compressionType, ProgressTracker* progressTracker,
+                               bool readOnly, bool throttle) {
+    std::lock_guard<std::mutex> lock(UnpackMutex());
+    if (callback == nullptr) {
+        ORVIK_THROW(NullArgumentException, L"pNotificationCallback", kUnarchiveName);
+    }
+    if (sourceFile.empty()) {
+        ORVIK_THROW(NullArgumentException, L"sourceFile", kUnarchiveName);
+    }
+    if (destinationFolder.empty()) {
+        ORVIK_THROW(NullArgumentException, L"destinationFolder", kUnarchiveName);
+    }
+    if (progressTracker == nullptr) {
+        ORVIK_THROW(NullArgumentException, L"progressTracker", kUnarchiveName);
+    }
+
+    const ArchiveReader reader =
+        GetSourceArchiveForUnarchive(sourceFile, archiveType, compressionType);
+    const ArchiveWriter writer(archive_write_disk_new());
+    ORVIK_CHECK_ARCHIVE(archive_write_disk_set_options(writer.get(), kWriterOptions), writer.get());
+
+    const fs::path destination(destinationFolder);
+    size_t unpacked = 0;
+    bool rawRenameDue = false;
+    std::chrono::steady_clock::time_point lastNotification{};
+    for (;;) {
+        archive_entry* entry = nullptr;
+        const int result = archive_read_next_header(reader.get(), &entry);
+        if (result == ARCHIVE_EOF) {
+            break;
+        }
+        if (result != ARCHIVE_OK) {
+            ORVIK_THROW(InvalidArchiveException, LibraryErrorText(reader.get()));
+        }
+        const wchar_t* rawName = archive_entry_pathname_w(entry);
+        const std::wstring name = rawName != nullptr ? rawName : L"";
+        if (!entries.empty() && !IsListed(name, entries)) {
+            continue;
+        }
+        if (archive_entry_size_is_set(entry)) {
+            progressTracker->AddDone(static_cast<std::uint64_t>(archive_entry_size(entry)));
+        }
+        if (archiveType == kArchiveRaw && name == L"data") {
+            rawRenameDue = true;
+        }
+        const std::wstring target =
+            (destination / StripCurrentDirectory(name)).make_preferred().wstring();
+        archive_entry_copy_pathname_w(entry, target.c_str());
+        if (archive_write_header(writer.get(), entry) != ARCHIVE_OK) {
+            ThrowLibraryError(writer.get(), __LINE__);
+        }
+
+        const auto now = std::chrono::steady_clock::now();
+        if (!throttle || now - lastNotification >= kNotificationInterval) {
+            callback->NotifyProgress(kUnpackNotification, progressTracker->Percentage(), target,
+                                     sourceFile);
+            lastNotification = now;
+        }
+        CopyData(reader.get(), writer.get(), *callback);
+        ORVIK_CHECK_ARCHIVE(archive_write_finish_entry(writer.get()), writer.get());
+        if (readOnly && (archive_entry_mode(entry) & 0222) == 0) {
+            RemoveWritePermissions(target);
+        }
+        ++unpacked;
+        if (!entries.empty() && unpacked == entries.size()) {
+            break;
+        }
+    }
+    if (archiveType == kArchiveRaw && unpacked == 0) {
+        CreateEmptyRawData(destination);
+        rawRenameDue = true;
+    }
+    if (rawRenameDue) {
+        RenameRawData(destination, sourceFile);
+    }
+}
+
+}  // namespace orvik::pkgshared

@@ -1,0 +1,66 @@
+#pragma once
+// ArchiveManager: unpacks an archive file into a folder, entry by entry and
+// block by block, over libarchive. One unpack at a time per process.
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "shared/NotificationCallbackInterface.h"
+
+struct archive;
+
+namespace orvik::pkgshared {
+
+enum ArchiveType : std::uint32_t {
+    kArchiveRaw = 0,  // a single unnamed stream
+    kArchiveAr = 1,
+    kArchiveTar = 2,
+};
+
+enum CompressionType : std::uint32_t {
+    kCompressionNone = 0,
+    kCompressionGzip = 1,
+    kCompressionZstd = 2,
+};
+
+struct ArchiveReaderDeleter {
+    void operator()(archive* reader) const;
+};
+using ArchiveReader = std::unique_ptr<archive, ArchiveReaderDeleter>;
+
+class ArchiveManager {
+public:
+    // Unpacks `sourceFile` into `destinationFolder`; `entries` (relative
+    // paths) restricts what is unpacked, empty meaning everything. With
+    // `readOnly`, entries stored without write permission are made read-only.
+    // Progress is notified at most every 16 ms, always at 0.0 percent.
+    //
+    // Entry paths are taken as the archive gives them: parent-directory
+    // components and links are not refused. Throws NullArgumentException,
+    // BadArgumentException, Exception -125048 (access denied to the source),
+    // FailedToOpenCRuntimeFileException, InvalidArchiveException (-125026),
+    // Exception -125121 (disk full) or -125213 (any other library failure).
+    // Files written before a failure stay on disk.
+    static void Unarchive(NotificationCallbackInterface* callback, const std::wstring& sourceFile,
+                          const std::wstring& destinationFolder,
+                          const std::vector<std::wstring>& entries, ArchiveType archiveType,
+                          CompressionType compressionType, bool readOnly);
+
+    // The full form: progress against `progressTracker`; every entry notified
+    // unless `throttle`.
+    static void Unarchive(NotificationCallbackInterface* callback, const std::wstring& sourceFile,
+                          const std::wstring& destinationFolder,
+                          const std::vector<std::wstring>& entries, ArchiveType archiveType,
+                          CompressionType compressionType, ProgressTracker* progressTracker,
+                          bool readOnly, bool throttle);
+
+    // An opened reader of `sourceFile` with exactly one format (and the
+    // "empty" format) and at most one filter enabled. A source that opens but
+    // whose start is no archive of that kind throws InvalidArchiveException.
+    static ArchiveReader GetSourceArchiveForUnarchive(const std::wstring& sourceFile,
+                                                      ArchiveType archiveType,
+                                                      CompressionType compressionType);
+};
+
+}  // namespace orvik::pkgshared
