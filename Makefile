@@ -7,6 +7,10 @@ CTEST_ARGS ?=
 
 SETUP := tools/setup
 TOOLCHAIN_I686 := cmake/toolchain-i686-w64-mingw32.cmake
+TOOLCHAIN_X64 := cmake/toolchain-x86_64-w64-mingw32.cmake
+# The 64-bit tools (the packing tool) are built in their own tree and put
+# beside the product in $(BUILD_DIR)/bin.
+TOOLS_DIR := $(BUILD_DIR)/x64
 
 .PHONY: all setup deps configure build test clean
 
@@ -20,7 +24,7 @@ setup:
 # The 32-bit prefix is recorded for the configure step.
 deps: setup
 	@mkdir -p $(BUILD_DIR)
-	bash $(SETUP)/build-deps.sh x86_64 >/dev/null
+	bash $(SETUP)/build-deps.sh x86_64 | tail -n 1 > $(BUILD_DIR)/deps-prefix-x86_64.txt
 	bash $(SETUP)/build-deps.sh i686 | tail -n 1 > $(BUILD_DIR)/deps-prefix-i686.txt
 
 configure: deps
@@ -28,8 +32,15 @@ configure: deps
 	  -DCMAKE_TOOLCHAIN_FILE=$(TOOLCHAIN_I686) \
 	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
 	  -DORVIK_DEPS_PREFIX="$$(cat $(BUILD_DIR)/deps-prefix-i686.txt)"
+	cmake -S . -B $(TOOLS_DIR) -G Ninja \
+	  -DCMAKE_TOOLCHAIN_FILE=$(TOOLCHAIN_X64) \
+	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
+	  -DORVIK_TOOLS_ONLY=ON \
+	  -DORVIK_RUNTIME_OUTPUT_DIRECTORY="$(abspath $(BUILD_DIR))/bin" \
+	  -DORVIK_DEPS_PREFIX="$$(cat $(BUILD_DIR)/deps-prefix-x86_64.txt)"
 
 build: configure
+	cmake --build $(TOOLS_DIR)
 	cmake --build $(BUILD_DIR)
 
 test: build

@@ -204,6 +204,37 @@ ArchiveReader ArchiveManager::GetSourceArchiveForUnarchive(const std::wstring& s
     return reader;
 }
 
+std::vector<std::wstring> ArchiveManager::ReadEntryNames(const std::wstring& sourceFile,
+                                                         ArchiveType archiveType,
+                                                         CompressionType compressionType) {
+    std::lock_guard<std::mutex> lock(UnpackMutex());
+    const ArchiveReader reader =
+        GetSourceArchiveForUnarchive(sourceFile, archiveType, compressionType);
+    std::vector<std::wstring> names;
+    for (;;) {
+        archive_entry* entry = nullptr;
+        const int result = archive_read_next_header(reader.get(), &entry);
+        if (result == ARCHIVE_EOF) {
+            return names;
+        }
+        if (result != ARCHIVE_OK) {
+            ORVIK_THROW(InvalidArchiveException, LibraryErrorText(reader.get()));
+        }
+        const wchar_t* name = archive_entry_pathname_w(entry);
+        names.push_back(name != nullptr ? name : L"");
+        for (;;) {
+            const void* block = nullptr;
+            size_t size = 0;
+            la_int64_t offset = 0;
+            const int read = archive_read_data_block(reader.get(), &block, &size, &offset);
+            if (read == ARCHIVE_EOF) {
+                break;
+            }
+            ORVIK_CHECK_ARCHIVE(read, reader.get());
+        }
+    }
+}
+
 void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
                                const std::wstring& sourceFile,
                                const std::wstring& destinationFolder,

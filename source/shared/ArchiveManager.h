@@ -55,6 +55,13 @@ public:
                           CompressionType compressionType, ProgressTracker* progressTracker,
                           bool readOnly, bool throttle);
 
+    // Reads every header and every data block of `sourceFile` to its end
+    // without writing anything; returns the entry names as stored. Throws as
+    // Unarchive does, so an archive that passes unpacks without a read error.
+    static std::vector<std::wstring> ReadEntryNames(const std::wstring& sourceFile,
+                                                    ArchiveType archiveType,
+                                                    CompressionType compressionType);
+
     // An opened reader of `sourceFile` with exactly one format (and the
     // "empty" format) and at most one filter enabled. A source that opens but
     // whose start is no archive of that kind throws InvalidArchiveException.

@@ -308,6 +308,21 @@ TEST_F(ArchiveManagerTest, DamagedArchives) {
     }
 }
 
+TEST_F(ArchiveManagerTest, ReadingEveryBlockFindsDamageInTheData) {
+    const fs::path whole =
+        Make(L"whole.tar.gz", Format::Tar, Filter::Gzip,
+             {{"./Install.exe", RandomBytes(300000, 7), 0755}, {"b", "b", 0644}});
+    EXPECT_EQ((std::vector<std::wstring>{L"./Install.exe", L"b"}),
+              ArchiveManager::ReadEntryNames(whole.wstring(), kArchiveTar, kCompressionGzip));
+    EXPECT_FALSE(fs::exists(destination_));
+    const std::string bytes = ReadBytes(whole);
+    const fs::path cut = scratch_ / L"cut.tar.gz";
+    orvik::testing::WriteBytes(cut, bytes.substr(0, bytes.size() * 2 / 3));
+    EXPECT_EQ(-125213, CodeOf([&] {
+        ArchiveManager::ReadEntryNames(cut.wstring(), kArchiveTar, kCompressionGzip);
+    }));
+}
+
 // The test run mounts a small file system and names it in ORVIK_TINY_FS.
 TEST_F(ArchiveManagerTest, FullDiskIsReportedAsSuch) {
     const char* tiny = std::getenv("ORVIK_TINY_FS");

@@ -1,0 +1,64 @@
+#pragma once
+// Runs a program of the build and collects what it wrote.
+#include <windows.h>
+
+#include <string>
+
+#include "shared/TextConversion.h"
+#include "shared/utils/WinResources.h"
+#include "support/ScratchDirectory.h"
+
+namespace orvik::testing {
+
+// The build's program folder as a Windows path (the Unix path on drive Z:).
+inline std::wstring BinDirectory() {
+    std::wstring path = L"Z:";
+    for (const char* c = ORVIK_TEST_BIN_DIR; *c != '\0'; ++c) {
+        path += *c == '/' ? L'\\' : static_cast<wchar_t>(*c);
+    }
+    return path;
+}
+
+struct ChildResult {
+    std::int32_t exitCode = -1;
+    std::string output;  // standard output and standard error together
+};
+
+// Runs `commandLine` (program first, quoted as needed) to its end.
+inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem::path& scratch) {
+    ChildResult result;
+    const boost::filesystem::path log =
+        scratch / boost::filesystem::unique_path(L"child-%%%%%%%%.log");
+    SECURITY_ATTRIBUTES inherit{sizeof(inherit), nullptr, TRUE};
+    {
+        const pkgshared::UniqueHandle out(::CreateFileW(log.c_str(), GENERIC_WRITE,
+                                                        FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                                        &inherit, CREATE_ALWAYS, 0, nullptr));
+        STARTUPINFOW startup{};
+        startup.cb = sizeof(startup);
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdOutput = out.get();
+        startup.hStdError = out.get();
+        PROCESS_INFORMATION process{};
+        std::wstring mutableLine = commandLine;
+        if (!::CreateProcessW(nullptr, mutableLine.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
+                              nullptr, nullptr, &startup, &process)) {
+            result.output = "CreateProcessW failed";
+            return result;
+        }
+        const pkgshared::UniqueHandle processHandle(process.hProcess);
+        const pkgshared::UniqueHandle threadHandle(process.hThread);
+        ::WaitForSingleObject(process.hProcess, INFINITE);
+        DWORD code = 0;
+        ::GetExitCodeProcess(process.hProcess, &code);
+        result.exitCode = static_cast<std::int32_t>(code);
+    }
+    result.output = ReadBytes(log);
+    return result;  // the log goes with the scratch folder
+}
+
+inline std::wstring Quoted(const boost::filesystem::path& path) {
+    return L"\"" + path.wstring() + L"\"";
+}
+
+}  // namespace orvik::testing

@@ -1,0 +1,165 @@
+// orvikpkg-pack.exe: builds an installer from the bootstrapper template by
+// adding the payload and the online-install description as resources.
+//
+// Exit codes: 0 written; 1 refused or failed (nothing written); 2 wrong
+// command line.
+#include <windows.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "PackOptions.h"
+#include "PayloadArchiver.h"
+#include "ResourceWriter.h"
+#include "preinstall/OnlineInstallInformation.h"
+#include "shared/ArchiveManager.h"
+#include "shared/ErrorMessage.h"
+#include "shared/TextConversion.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using namespace orvik::tools::pack;
+using orvik::pkgshared::Exception;
+
+constexpr int kWritten = 0;
+constexpr int kFailed = 1;
+constexpr int kUsage = 2;
+
+void Print(std::FILE* stream, const std::wstring& text) {
+    const std::string bytes = orvik::pkgshared::WideToUtf8(text);
+    std::fwrite(bytes.data(), 1, bytes.size(), stream);
+    std::fflush(stream);
+}
+
+std::wstring ErrorText(const Exception& e) {
+    return std::to_wstring(e.GetErrorCode()) + L": " +
+           orvik::pkgshared::FormatErrorMessage(e.GetErrorCode(), 0, e.GetMessageArgument0(),
+                                                e.GetMessageArgument1(), e.GetMessageArgument2(),
+                                                e.GetMessageArgument3());
+}
+
+// Reports a check that failed; true when packing may go on (with --force).
+bool Refused(const wchar_t* what, const Exception& e, bool force) {
+    Print(stderr, std::wstring(L"orvikpkg-pack: ") + (force ? L"warning: " : L"error: ") + what +
+                      L" would be refused by the bootstrapper: " + ErrorText(e) + L"\n");
+    return force;
+}
+
+bool IsRootInstaller(std::wstring name) {
+    if (name.rfind(L"./", 0) == 0) {
+        name.erase(0, 2);
+    }
+    return orvik::pkgshared::ToLowerAscii(name) == L"install.exe";
+}
+
+bool CheckPayload(const std::wstring& payload, bool force) {
+    try {
+        const auto names = orvik::pkgshared::ArchiveManager::ReadEntryNames(
+            payload, orvik::pkgshared::kArchiveTar, orvik::pkgshared::kCompressionGzip);
+        bool installer = false;
+        for (const std::wstring& name : names) {
+            installer = installer || IsRootInstaller(name);
+        }
+        if (!installer) {
+            Print(stderr, L"orvikpkg-pack: warning: the payload has no Install.exe at its root\n");
+        }
+        return true;
+    } catch (const Exception& e) {
+        return Refused(L"the payload", e, force);
+    }
+}
+
+bool CheckOnlineInstall(const std::wstring& file, bool force) {
+    std::string bytes;
+    if (std::FILE* in = _wfopen(file.c_str(), L"rb")) {
+        char buffer[65536];
+        size_t read = 0;
+        while ((read = std::fread(buffer, 1, sizeof(buffer), in)) > 0) {
+            bytes.append(buffer, read);
+        }
+        std::fclose(in);
+    } else {
+        Print(stderr, L"orvikpkg-pack: error: cannot read " + file + L"\n");
+        return false;
+    }
+    try {
+        orvik::pkgui::preinstall::OnlineInstallInformation information;
+        information.Load(orvik::pkgui::preinstall::MemoryDataResource(
+            bytes.data(), static_cast<std::uint32_t>(bytes.size())));
+        return true;
+    } catch (const Exception& e) {
+        return Refused(L"the online-install description", e, force);
+    }
+}
+
+int Pack(const PackOptions& options) {
+    boost::system::error_code code;
+    if (!fs::is_regular_file(options.templatePath, code)) {
+        Print(stderr, L"orvikpkg-pack: error: no template at " + options.templatePath + L"\n");
+        return kFailed;
+    }
+    std::wstring payload = options.payloadFile;
+    std::wstring archived;
+    struct RemoveArchived {
+        std::wstring& path;
+        ~RemoveArchived() {
+            if (!path.empty()) {
+                ::DeleteFileW(path.c_str());
+            }
+        }
+    } removeArchived{archived};
+    if (!options.payloadDirectory.empty()) {
+        archived = options.outputPath + L".payload.tar.gz";
+        std::wstring error;
+        if (!ArchiveDirectory(options.payloadDirectory, archived, error)) {
+            Print(stderr, L"orvikpkg-pack: error: " + error + L"\n");
+            return kFailed;
+        }
+        payload = archived;
+    }
+    if (!payload.empty() && !CheckPayload(payload, options.force)) {
+        return kFailed;
+    }
+    if (!options.onlineInstallFile.empty() &&
+        !CheckOnlineInstall(options.onlineInstallFile, options.force)) {
+        return kFailed;
+    }
+    std::vector<ResourceInput> resources;
+    if (!payload.empty()) {
+        resources.push_back({L"ORVIKPKG_PAYLOAD", payload});
+    }
+    if (!options.onlineInstallFile.empty()) {
+        resources.push_back({L"ORVIKPKG_ONLINE_INSTALL", options.onlineInstallFile});
+    }
+    std::wstring error;
+    if (!WriteResources(options.templatePath, options.outputPath, resources, error)) {
+        Print(stderr, L"orvikpkg-pack: error: " + error + L"\n");
+        return kFailed;
+    }
+    Print(stdout, L"orvikpkg-pack: wrote " + options.outputPath + L"\n");
+    return kWritten;
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    const std::vector<std::wstring> arguments(argv + 1, argv + argc);
+    std::wstring error;
+    const auto options = ParsePackOptions(arguments, error);
+    if (!options) {
+        Print(stderr, L"orvikpkg-pack: " + error + L"\n" + UsageText());
+        return kUsage;
+    }
+    try {
+        return Pack(*options);
+    } catch (const Exception& e) {
+        Print(stderr, L"orvikpkg-pack: error: " + ErrorText(e) + L"\n");
+    } catch (const std::exception& e) {
+        Print(stderr, L"orvikpkg-pack: error: " + orvik::pkgshared::Utf8ToWide(e.what()) + L"\n");
+    }
+    return kFailed;
+}

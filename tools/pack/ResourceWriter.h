@@ -1,0 +1,20 @@
+#pragma once
+#include <string>
+#include <vector>
+
+namespace orvik::tools::pack {
+
+struct ResourceInput {
+    std::wstring name;  // an RT_RCDATA resource name
+    std::wstring file;  // whose bytes become the resource
+};
+
+// Copies `templatePath` to `outputPath` with `resources` added (language
+// neutral), then reads them back from the copy and compares them with their
+// files. The copy is made under a temporary name and moved into place only
+// when everything matched; on failure no output is left and `error` says why.
+// Each input file is mapped, never read into memory whole.
+bool WriteResources(const std::wstring& templatePath, const std::wstring& outputPath,
+                    const std::vector<ResourceInput>& resources, std::wstring& error);
+
+}  // namespace orvik::tools::pack

@@ -1,0 +1,143 @@
+#include <windows.h>
+
+#include <cstring>
+#include <memory>
+
+#include "ResourceWriter.h"
+#include "shared/SystemErrorMessage.h"
+#include "shared/utils/WinResources.h"
+
+namespace orvik::tools::pack {
+namespace {
+
+using orvik::pkgshared::UniqueHandle;
+using orvik::pkgshared::UniqueHmodule;
+
+const WORD kNeutral = MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL);
+
+std::wstring LastError(const std::wstring& what) {
+    const DWORD code = ::GetLastError();
+    return what + L": error " + std::to_wstring(code) + L": " +
+           orvik::pkgshared::GetSystemErrorMessage(code);
+}
+
+struct ViewUnmapper {
+    void operator()(const void* view) const { ::UnmapViewOfFile(view); }
+};
+using UniqueView = std::unique_ptr<const void, ViewUnmapper>;
+
+// A read-only mapping of a whole file.
+struct MappedFile {
+    UniqueHandle file;
+    UniqueHandle mapping;
+    UniqueView view;
+    DWORD size = 0;
+};
+
+bool Map(const std::wstring& path, MappedFile& mapped, std::wstring& error) {
+    mapped.file.reset(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!mapped.file) {
+        error = LastError(L"cannot open " + path);
+        return false;
+    }
+    LARGE_INTEGER size{};
+    if (!::GetFileSizeEx(mapped.file.get(), &size)) {
+        error = LastError(L"cannot read the size of " + path);
+        return false;
+    }
+    if (size.QuadPart == 0 || size.QuadPart > MAXDWORD) {
+        error = path + L": a resource must hold 1 byte to 4 GiB - 1";
+        return false;
+    }
+    mapped.size = static_cast<DWORD>(size.QuadPart);
+    mapped.mapping.reset(
+        ::CreateFileMappingW(mapped.file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
+    if (!mapped.mapping) {
+        error = LastError(L"cannot map " + path);
+        return false;
+    }
+    mapped.view.reset(::MapViewOfFile(mapped.mapping.get(), FILE_MAP_READ, 0, 0, 0));
+    if (!mapped.view) {
+        error = LastError(L"cannot map " + path);
+        return false;
+    }
+    return true;
+}
+
+bool Update(const std::wstring& target, const std::vector<ResourceInput>& resources,
+            const std::vector<MappedFile>& mapped, std::wstring& error) {
+    HANDLE update = ::BeginUpdateResourceW(target.c_str(), FALSE);
+    if (update == nullptr) {
+        error = LastError(L"cannot update the resources of " + target);
+        return false;
+    }
+    for (size_t i = 0; i < resources.size(); ++i) {
+        if (!::UpdateResourceW(update, RT_RCDATA, resources[i].name.c_str(), kNeutral,
+                               const_cast<void*>(mapped[i].view.get()), mapped[i].size)) {
+            error = LastError(L"cannot add " + resources[i].name);
+            ::EndUpdateResourceW(update, TRUE);
+            return false;
+        }
+    }
+    if (!::EndUpdateResourceW(update, FALSE)) {
+        error = LastError(L"cannot write the resources of " + target);
+        return false;
+    }
+    return true;
+}
+
+// Reads each resource back from `target` as a data file.
+bool Compare(const std::wstring& target, const std::vector<ResourceInput>& resources,
+             const std::vector<MappedFile>& mapped, std::wstring& error) {
+    const UniqueHmodule module(::LoadLibraryExW(
+        target.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+    if (!module) {
+        error = LastError(L"cannot read back " + target);
+        return false;
+    }
+    for (size_t i = 0; i < resources.size(); ++i) {
+        HRSRC found =
+            ::FindResourceExW(module.get(), RT_RCDATA, resources[i].name.c_str(), kNeutral);
+        HGLOBAL loaded = found != nullptr ? ::LoadResource(module.get(), found) : nullptr;
+        const void* bytes = loaded != nullptr ? ::LockResource(loaded) : nullptr;
+        if (bytes == nullptr || ::SizeofResource(module.get(), found) != mapped[i].size ||
+            std::memcmp(bytes, mapped[i].view.get(), mapped[i].size) != 0) {
+            error = L"the resource " + resources[i].name + L" read back from " + target +
+                    L" differs from " + resources[i].file;
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+bool WriteResources(const std::wstring& templatePath, const std::wstring& outputPath,
+                    const std::vector<ResourceInput>& resources, std::wstring& error) {
+    std::vector<MappedFile> mapped(resources.size());
+    for (size_t i = 0; i < resources.size(); ++i) {
+        if (!Map(resources[i].file, mapped[i], error)) {
+            return false;
+        }
+    }
+    const std::wstring temporary = outputPath + L".partial";
+    if (!::CopyFileW(templatePath.c_str(), temporary.c_str(), FALSE)) {
+        error = LastError(L"cannot copy " + templatePath + L" to " + temporary);
+        return false;
+    }
+    ::SetFileAttributesW(temporary.c_str(), FILE_ATTRIBUTE_NORMAL);
+    const bool written =
+        Update(temporary, resources, mapped, error) && Compare(temporary, resources, mapped, error);
+    if (written &&
+        ::MoveFileExW(temporary.c_str(), outputPath.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+        return true;
+    }
+    if (written) {
+        error = LastError(L"cannot move " + temporary + L" to " + outputPath);
+    }
+    ::DeleteFileW(temporary.c_str());
+    return false;
+}
+
+}  // namespace orvik::tools::pack
