@@ -9,7 +9,7 @@
 #include "shared/Exception.h"
 #include "shared/Logger.h"
 #include "shared/PathGuide.h"
-#include "support/Fakes.h"
+#include "support/FakeSession.h"
 #include "support/ScratchDirectory.h"
 
 namespace orvik::pkgshared {
@@ -18,23 +18,7 @@ namespace {
 namespace fs = boost::filesystem;
 using orvik::testing::ReadBytes;
 
-class LogsHere : public PathGuide {
-public:
-    using PathGuide::PathGuide;
-    std::wstring GetLogsDirectory() const override { return logs; }
-    std::wstring logs;
-};
-
-class FakeSession : public ISharedSession {
-public:
-    FakeSession() : guide(configuration) {}
-    PathGuide& GetPathGuide() override { return guide; }
-    ILocalConfiguration& GetLocalConfiguration() override { return configuration; }
-    ILogger& GetLogger() override { return logger; }
-    orvik::testing::FakeConfiguration configuration;
-    LogsHere guide;
-    orvik::testing::RecordingLogger logger;
-};
+using orvik::testing::FakeSession;
 
 std::vector<std::string> Lines(const std::string& text) {
     std::vector<std::string> lines;

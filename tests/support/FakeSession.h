@@ -1,0 +1,30 @@
+#pragma once
+// A session whose logs directory is a folder of the test's and whose logger
+// records lines.
+#include <string>
+
+#include "shared/ISharedSession.h"
+#include "shared/PathGuide.h"
+#include "support/Fakes.h"
+
+namespace orvik::testing {
+
+class LogsHere : public pkgshared::PathGuide {
+public:
+    using PathGuide::PathGuide;
+    std::wstring GetLogsDirectory() const override { return logs; }
+    std::wstring logs;
+};
+
+class FakeSession : public pkgshared::ISharedSession {
+public:
+    FakeSession() : guide(configuration) {}
+    pkgshared::PathGuide& GetPathGuide() override { return guide; }
+    pkgshared::ILocalConfiguration& GetLocalConfiguration() override { return configuration; }
+    pkgshared::ILogger& GetLogger() override { return logger; }
+    FakeConfiguration configuration;
+    LogsHere guide;
+    RecordingLogger logger;
+};
+
+}  // namespace orvik::testing
