@@ -5,8 +5,8 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "ChildProcess.h"
 #include "support/ArchiveBuilder.h"
+#include "support/ChildProcess.h"
 #include "support/ScratchDirectory.h"
 
 namespace orvik::tools::pack {

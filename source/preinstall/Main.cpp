@@ -1,0 +1,119 @@
+// The bootstrapper's process entry: narrows the DLL search, builds the
+// session and the logger, and runs the worker under the hidden main window.
+// The exit code is the run's result.
+#include <windows.h>
+
+#include <boost/filesystem/path.hpp>
+
+#include "preinstall/MainWindow.h"
+#include "preinstall/PreInstall.h"
+#include "preinstall/PreInstallPlatformWin.h"
+#include "shared/ErrorMessage.h"
+#include "shared/ExceptionReport.h"
+#include "shared/Logger.h"
+#include "shared/SharedSession.h"
+#include "shared/SystemErrorMessage.h"
+#include "shared/utils/DirectoryPath.h"
+
+namespace {
+
+using namespace orvik::pkgui::preinstall;
+using orvik::pkgshared::Exception;
+
+constexpr wchar_t kTracePrefix[] = L"pkgui::preinstall: ";
+
+struct WorkerContext {
+    orvik::pkgshared::SharedSession& session;
+};
+
+void Trace(orvik::pkgshared::ILogger& logger, const std::wstring& message) {
+    logger.Log(L"Main", 1, message);
+    ::OutputDebugStringW((kTracePrefix + message + L"\n").c_str());
+}
+
+// Searches only the system folder for DLLs loaded from now on. Returns 0, or
+// the last error when the system refused.
+DWORD NarrowDllSearch() {
+    using SetDirectories = BOOL(WINAPI*)(DWORD);
+    HMODULE kernel = ::GetModuleHandleW(L"kernel32");
+    const auto set = kernel != nullptr ? reinterpret_cast<SetDirectories>(reinterpret_cast<void*>(
+                                             ::GetProcAddress(kernel, "SetDefaultDllDirectories")))
+                                       : nullptr;
+    if (set == nullptr || set(LOAD_LIBRARY_SEARCH_SYSTEM32)) {
+        return 0;
+    }
+    return ::GetLastError();
+}
+
+std::int32_t Worker(MainWindow& window, void* context) {
+    auto& session = static_cast<WorkerContext*>(context)->session;
+    PreInstallPlatformWin platform(session, window.Handle(), window.Instance());
+    PreInstall run(session, platform);
+    run.Run();
+    Trace(session.GetLogger(), L"Run ended with " + std::to_wstring(run.ResultCode()));
+    return run.ResultCode();
+}
+
+std::wstring MessageOf(const Exception& e) {
+    return orvik::pkgshared::FormatErrorMessage(e.GetErrorCode(), 0, e.GetMessageArgument0(),
+                                                e.GetMessageArgument1(), e.GetMessageArgument2(),
+                                                e.GetMessageArgument3());
+}
+
+int RunWindow(HINSTANCE instance, orvik::pkgshared::SharedSession& session) {
+    WorkerContext context{session};
+    MainWindow window(instance, &Worker, &context);
+    MainWindow::StaticBrush();
+    MainWindow::SetProcessWindow(&window);
+    std::int32_t result = 0;
+    try {
+        result = window.Run();
+    } catch (const Exception& e) {
+        result = e.GetErrorCode();
+        orvik::pkgshared::ReportException(L"orvik::pkgui::preinstall::MainWindow::Run", e,
+                                          L"Preinstall encountered an error", session);
+        ::MessageBoxW(nullptr, MessageOf(e).c_str(), MainWindow::kTitle, MB_OK);
+    }
+    MainWindow::SetProcessWindow(nullptr);
+    try {
+        window.UnregisterWindowClasses();
+    } catch (const Exception& e) {
+        orvik::pkgshared::ReportException(
+            L"orvik::pkgui::preinstall::MainWindow::UnregisterWindowClass", e,
+            L"Preinstall encountered an error", session);
+    }
+    return result;
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
+    if (const DWORD error = NarrowDllSearch(); error != 0) {
+        PreInstallPlatformWin::WriteTextToParentConsole(
+            orvik::pkgshared::GetSystemErrorMessage(error));
+        return static_cast<int>(error);
+    }
+    orvik::pkgshared::Logger logger;
+    try {
+        orvik::pkgshared::SharedSession session(logger);
+        logger.Initialize(session);
+        // The logger never creates its folder: it is made here, before the
+        // first line.
+        const orvik::pkgshared::DirectoryPath logs(
+            boost::filesystem::path(logger.GetLogFilePath()).parent_path());
+        try {
+            logs.Create();
+        } catch (const Exception&) {
+            // Without the folder the run goes on unlogged.
+        }
+        Trace(logger, L"Starting");
+        const int result = RunWindow(instance, session);
+        logger.Close();
+        return result;
+    } catch (const Exception& e) {
+        PreInstallPlatformWin::WriteTextToParentConsole(MessageOf(e));
+        return e.GetErrorCode();
+    } catch (const std::exception&) {
+        return -125202;
+    }
+}
