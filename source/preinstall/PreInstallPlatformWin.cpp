@@ -109,7 +109,23 @@ std::wstring PreInstallPlatformWin::CreateWorkingDirectory() {
 }
 
 void PreInstallPlatformWin::DeleteWorkingDirectory(const std::wstring& directory) noexcept {
+    // A child that has just ended may still hold its program file for a
+    // moment (as may a virus scanner): earlier attempts are retried quietly,
+    // only the last one's failures are logged.
+    constexpr int kAttempts = 30;
+    constexpr DWORD kPauseMilliseconds = 100;
     try {
+        class QuietReporter : public orvik::pkgshared::IPathReporter {
+        public:
+            void Report(orvik::pkgshared::ReportMode, const std::wstring&) override {}
+        } quiet;
+        for (int attempt = 1; attempt < kAttempts; ++attempt) {
+            orvik::pkgshared::pathutils::DeleteEntirePath(directory, quiet);
+            if (::GetFileAttributesW(directory.c_str()) == INVALID_FILE_ATTRIBUTES) {
+                return;
+            }
+            ::Sleep(kPauseMilliseconds);
+        }
         LogReporter reporter(session_.GetLogger());
         orvik::pkgshared::pathutils::DeleteEntirePath(directory, reporter);
     } catch (...) {

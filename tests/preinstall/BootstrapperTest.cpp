@@ -7,6 +7,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "support/ChildProcess.h"
+#include "support/RegistryFixture.h"
 #include "support/ScratchDirectory.h"
 
 namespace orvik::pkgui::preinstall {
@@ -27,7 +28,36 @@ protected:
         record_ = scratch_ / L"record.txt";
         ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", record_.c_str());
     }
-    void TearDown() override { ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", nullptr); }
+    void TearDown() override {
+        ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", nullptr);
+        orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
+    }
+    // Records the package manager as installed: its program in the 32-bit
+    // view and, when given, its version in the 64-bit view.
+    fs::path InstallPackageManager(const wchar_t* version) {
+        const fs::path program = scratch_ / L"pm" / L"orvikpkg.exe";
+        fs::create_directories(program.parent_path());
+        fs::copy_file(bin_ / L"child_recorder.exe", program);
+        const std::wstring key = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
+        orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"GUIExecutableFullPath",
+                                          program.wstring(), KEY_WOW64_32KEY);
+        if (version != nullptr) {
+            orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"GUIExecutableVersion",
+                                              version, KEY_WOW64_64KEY);
+        }
+        return program;
+    }
+    // The parameters a recorded child was started with.
+    static std::string Parameters(const std::string& record) {
+        const size_t program = record.find('|', record.find('|') + 1) + 1;
+        const size_t afterProgram =
+            record[program] == '"' ? record.find('"', program + 1) + 1 : record.find(' ', program);
+        return record.substr(afterProgram + 1);
+    }
+    static std::string Directory(const std::string& record) {
+        const size_t first = record.find('|') + 1;
+        return record.substr(first, record.find('|', first) - first);
+    }
     void InstallChild(const std::string& exitCodes) {
         fs::create_directories(scratch_ / L"bin");
         fs::copy_file(bin_ / L"child_recorder.exe", scratch_ / L"bin" / L"Install.exe");
@@ -93,6 +123,67 @@ TEST_F(BootstrapperTest, SilentChildCodesPassThrough) {
         EXPECT_EQ(std::atoi(code), Bootstrap(L"--passive").exitCode) << code;
     }
     EXPECT_EQ(3u, Records().size());
+}
+
+TEST_F(BootstrapperTest, SuiteWithCurrentPackageManagerInstallsThenLaunches) {
+    InstallChild("0,0");
+    WriteBytes(scratch_ / L"bin" / L"suite.dat", "suite");
+    InstallPackageManager(L"99.0");
+    const auto result = Bootstrap(L"--quiet --no-winquel-mutex --custom");
+    ASSERT_EQ(0, result.exitCode) << result.output;
+    const auto records = Records();
+    ASSERT_EQ(2u, records.size());
+    const std::string bin = orvik::pkgshared::WideToUtf8((scratch_ / L"bin").wstring());
+    EXPECT_EQ(0u, records[0].find("Install.exe|"));
+    EXPECT_EQ(0u, Parameters(records[0])
+                      .find("install orvik-package-manager orvik-package-manager-upgrader "
+                            "orvik-package-manager-released-feed --hide-completion --quiet "
+                            "--prevent-reboot --config=\""))
+        << records[0];
+    EXPECT_EQ(0u, records[1].find("orvikpkg.exe|" + bin + "|"));
+    const std::string launch = Parameters(records[1]);
+    EXPECT_EQ(0u, launch.find("install-suite suite.dat --quiet --no-winquel-mutex --config=\""))
+        << launch;
+    EXPECT_EQ(launch.size() - 9, launch.find(" --custom")) << launch;
+}
+
+TEST_F(BootstrapperTest, OlderPackageManagerInstallsWithTheProductThenFallsBack) {
+    InstallChild("-125818,0,7");
+    WriteBytes(scratch_ / L"bin" / L"suite.dat", "suite");
+    InstallPackageManager(nullptr);  // no version recorded: not current
+    EXPECT_EQ(7, Bootstrap(L"--passive").exitCode);
+    const auto records = Records();
+    ASSERT_EQ(3u, records.size());
+    EXPECT_EQ(0u, Parameters(records[0])
+                      .find("install-suite suite.dat --passive --install-orvikpm-with-product "
+                            "--update-feeds --config=\""))
+        << records[0];
+    EXPECT_NE(std::string::npos, Parameters(records[1]).find("--hide-completion --passive"));
+    EXPECT_EQ(0u, records[2].find("orvikpkg.exe|"));
+}
+
+TEST_F(BootstrapperTest, PayloadIsExtractedAndRemovedAfterTheRun) {
+    const fs::path payload = scratch_ / L"payload-source";
+    fs::create_directories(payload);
+    fs::copy_file(bin_ / L"child_recorder.exe", payload / L"Install.exe");
+    WriteBytes(payload / L"suite.dat", "suite");
+    const fs::path packed = scratch_ / L"packed.exe";
+    const auto pack = orvik::testing::Run(Quoted(bin_ / L"orvikpkg-pack.exe") + L" --template " +
+                                              Quoted(bin_ / L"preinstall.exe") + L" --output " +
+                                              Quoted(packed) + L" --payload-dir " + Quoted(payload),
+                                          scratch_.Path());
+    ASSERT_EQ(0, pack.exitCode) << pack.output;
+    WriteBytes(record_.wstring() + L".codes", "55");
+    EXPECT_EQ(55, orvik::testing::Run(Quoted(packed) + L" --quiet", scratch_.Path()).exitCode);
+    const auto records = Records();
+    ASSERT_EQ(1u, records.size());
+    const std::string directory = Directory(records[0]);
+    EXPECT_NE(std::string::npos, directory.find("orvikpkg_preinstall-")) << directory;
+    EXPECT_EQ("payload", fs::path(directory).filename().string());
+    // The install mode is chosen from the folder beside the program, before
+    // extraction: without "bin\suite.dat" this is a plain install.
+    EXPECT_NE(std::string::npos, Parameters(records[0]).find("launch orvik-package-manager"));
+    EXPECT_FALSE(fs::exists(fs::path(orvik::pkgshared::Utf8ToWide(directory)).parent_path()));
 }
 
 }  // namespace
