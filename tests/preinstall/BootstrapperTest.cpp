@@ -6,6 +6,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "shared/ErrorMessage.h"
 #include "support/ChildProcess.h"
 #include "support/RegistryFixture.h"
 #include "support/ScratchDirectory.h"
@@ -112,8 +113,43 @@ TEST_F(BootstrapperTest, ObsoleteOptionsEndTheRunBeforeAnyChild) {
     EXPECT_TRUE(Records().empty());
 }
 
-TEST_F(BootstrapperTest, MissingInstallerIsReported) {
-    EXPECT_EQ(-126304, Bootstrap(L"--quiet").exitCode);
+// The logs folder of the prefix's user, where the run's log and the error
+// report go when no "logs-directory" is configured.
+fs::path DefaultLogs() {
+    wchar_t local[MAX_PATH] = {};
+    ::GetEnvironmentVariableW(L"LOCALAPPDATA", local, MAX_PATH);
+    return fs::path(local) / L"Calvenna" / L"Orvik Package Manager" / L"Logs";
+}
+
+TEST_F(BootstrapperTest, MissingInstallerIsReportedInTheLogs) {
+    const std::string before = ReadBytes(DefaultLogs() / L"errorlog.txt");
+    const auto result = Bootstrap(L"--quiet");
+    EXPECT_EQ(-126304, result.exitCode);
+    const std::string report = ReadBytes(DefaultLogs() / L"errorlog.txt").substr(before.size());
+    EXPECT_NE(std::string::npos,
+              report.find("Exception in PreInstall::ReportError. Error code: -126304"))
+        << report;
+    EXPECT_NE(std::string::npos, report.find("Preinstall threw an exception")) << report;
+    EXPECT_NE(std::string::npos, report.find("File: source\\preinstall\\Main")) << report;
+
+    // The run's own log: named after the time and the process, one event a line.
+    fs::path log;
+    const std::wstring suffix = L"_" + std::to_wstring(result.processId) + L".txt";
+    for (fs::directory_iterator it(DefaultLogs() / L"OrvikPkgLogs"), end; it != end; ++it) {
+        const std::wstring name = it->path().filename().wstring();
+        if (name.rfind(L"OrvikPkgLog_", 0) == 0 && name.size() > suffix.size() &&
+            name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
+            log = it->path();
+        }
+    }
+    ASSERT_FALSE(log.empty());
+    std::istringstream lines(ReadBytes(log));
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        EXPECT_EQ(' ', line[15]) << line;
+        EXPECT_NE(std::string::npos, line.find(": ", 16)) << line;
+    }
+    EXPECT_GE(count, 3);
 }
 
 TEST_F(BootstrapperTest, SilentChildCodesPassThrough) {
@@ -184,6 +220,44 @@ TEST_F(BootstrapperTest, PayloadIsExtractedAndRemovedAfterTheRun) {
     // extraction: without "bin\suite.dat" this is a plain install.
     EXPECT_NE(std::string::npos, Parameters(records[0]).find("launch orvik-package-manager"));
     EXPECT_FALSE(fs::exists(fs::path(orvik::pkgshared::Utf8ToWide(directory)).parent_path()));
+}
+
+// A window of another process, found by class and caption within `seconds`.
+HWND WaitForWindow(const wchar_t* windowClass, const wchar_t* caption, int seconds) {
+    for (int i = 0; i < seconds * 10; ++i) {
+        if (HWND found = ::FindWindowW(windowClass, caption)) {
+            return found;
+        }
+        ::Sleep(100);
+    }
+    return nullptr;
+}
+
+TEST_F(BootstrapperTest, InteractiveErrorsAreShownInAMessageBox) {
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    std::wstring commandLine = Quoted(setup_);
+    ASSERT_TRUE(::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                                 nullptr, &startup, &process));
+    const orvik::pkgshared::UniqueHandle processHandle(process.hProcess);
+    const orvik::pkgshared::UniqueHandle threadHandle(process.hThread);
+
+    HWND box = WaitForWindow(L"#32770", L"Orvik Package Manager", 60);
+    ASSERT_NE(nullptr, box) << "no message box appeared";
+    wchar_t text[1024] = {};
+    ::GetDlgItemTextW(box, 0xFFFF, text, 1024);  // the message box's text control
+    EXPECT_EQ(orvik::pkgshared::FormatErrorMessage(
+                  -126304, 0, (scratch_ / L"bin" / L"Install.exe").wstring()),
+              std::wstring(text));
+    EXPECT_NE(nullptr, ::GetDlgItem(box, IDOK));
+    EXPECT_EQ(nullptr, ::GetDlgItem(box, IDCANCEL));
+    ::PostMessageW(box, WM_COMMAND, IDOK, 0);
+
+    ASSERT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(process.hProcess, 60000));
+    DWORD exitCode = 0;
+    ::GetExitCodeProcess(process.hProcess, &exitCode);
+    EXPECT_EQ(-126304, static_cast<std::int32_t>(exitCode));
 }
 
 }  // namespace

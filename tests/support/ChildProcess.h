@@ -21,6 +21,7 @@ inline std::wstring BinDirectory() {
 
 struct ChildResult {
     std::int32_t exitCode = -1;
+    DWORD processId = 0;
     std::string output;  // standard output and standard error together
 };
 
@@ -46,6 +47,7 @@ inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem:
             result.output = "CreateProcessW failed";
             return result;
         }
+        result.processId = process.dwProcessId;
         const pkgshared::UniqueHandle processHandle(process.hProcess);
         const pkgshared::UniqueHandle threadHandle(process.hThread);
         ::WaitForSingleObject(process.hProcess, INFINITE);
