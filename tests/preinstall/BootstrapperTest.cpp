@@ -247,8 +247,8 @@ TEST_F(BootstrapperTest, InteractiveErrorsAreShownInAMessageBox) {
     ASSERT_NE(nullptr, box) << "no message box appeared";
     wchar_t text[1024] = {};
     ::GetDlgItemTextW(box, 0xFFFF, text, 1024);  // the message box's text control
-    EXPECT_EQ(orvik::pkgshared::FormatErrorMessage(
-                  -126304, 0, (scratch_ / L"bin" / L"Install.exe").wstring()),
+    EXPECT_EQ(orvik::pkgshared::FormatErrorMessage(-126304, 0,
+                                                   (scratch_ / L"bin" / L"Install.exe").wstring()),
               std::wstring(text));
     EXPECT_NE(nullptr, ::GetDlgItem(box, IDOK));
     EXPECT_EQ(nullptr, ::GetDlgItem(box, IDCANCEL));
