@@ -7,6 +7,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "shared/ErrorMessage.h"
+#include "shared/utils/RegistryString.h"
 #include "support/ChildProcess.h"
 #include "support/RegistryFixture.h"
 #include "support/ScratchDirectory.h"
@@ -220,6 +221,42 @@ TEST_F(BootstrapperTest, PayloadIsExtractedAndRemovedAfterTheRun) {
     // extraction: without "bin\suite.dat" this is a plain install.
     EXPECT_NE(std::string::npos, Parameters(records[0]).find("launch orvik-package-manager"));
     EXPECT_FALSE(fs::exists(fs::path(orvik::pkgshared::Utf8ToWide(directory)).parent_path()));
+}
+
+TEST_F(BootstrapperTest, OnlineInstallerLaunchesTheDownload) {
+    InstallChild("0,0");
+    InstallPackageManager(L"99.0");
+    const fs::path xml = scratch_ / L"online.xml";
+    WriteBytes(xml,
+               "<orvikpkgOnlineInstall schemaVersion=\"26.5.0.49297\"><downloadItem "
+               "uri=\"https://example.invalid/suite.xml\"/><progressTitle value=\"Suite\"/>"
+               "</orvikpkgOnlineInstall>");
+    const fs::path packed = scratch_ / L"online.exe";
+    const auto pack = orvik::testing::Run(Quoted(bin_ / L"orvikpkg-pack.exe") + L" --template " +
+                                              Quoted(bin_ / L"preinstall.exe") + L" --output " +
+                                              Quoted(packed) + L" --online-install " + Quoted(xml),
+                                          scratch_.Path());
+    ASSERT_EQ(0, pack.exitCode) << pack.output;
+    EXPECT_EQ(0, orvik::testing::Run(Quoted(packed) + L" --passive --accept-eulas", scratch_.Path())
+                     .exitCode);
+    const auto records = Records();
+    ASSERT_EQ(2u, records.size());
+    EXPECT_NE(std::string::npos, Parameters(records[0]).find("--hide-completion --passive"));
+    EXPECT_EQ("--uri=https://example.invalid/suite.xml --passive --accept-eulas",
+              Parameters(records[1]));
+}
+
+TEST_F(BootstrapperTest, WindowsOlderThan1607IsRefused) {
+    InstallChild("0");
+    const std::wstring key = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
+    const auto original = orvik::pkgshared::ReadRegistryString(HKEY_LOCAL_MACHINE, key.c_str(),
+                                                               L"CurrentBuildNumber");
+    ASSERT_TRUE(original);
+    orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"CurrentBuildNumber", L"14392", 0);
+    const auto result = Bootstrap(L"--passive");
+    orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"CurrentBuildNumber", *original, 0);
+    EXPECT_EQ(-126359, result.exitCode);
+    EXPECT_TRUE(Records().empty());
 }
 
 // A window of another process, found by class and caption within `seconds`.
