@@ -12,7 +12,7 @@ TOOLCHAIN_X64 := cmake/toolchain-x86_64-w64-mingw32.cmake
 # beside the product in $(BUILD_DIR)/bin.
 TOOLS_DIR := $(BUILD_DIR)/x64
 
-.PHONY: all setup deps configure build test clean
+.PHONY: all setup deps configure build test demo clean
 
 all: build
 
@@ -45,6 +45,11 @@ build: configure
 
 test: build
 	bash tools/test/run-tests.sh $(BUILD_DIR) $(CTEST_ARGS)
+
+# Builds a sample installer and runs it twice under Wine, showing each
+# child's command line, the exit code and the run's log.
+demo: build
+	bash tools/demo/run-demo.sh $(BUILD_DIR)
 
 clean:
 	rm -rf $(BUILD_DIR)

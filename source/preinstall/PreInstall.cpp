@@ -72,6 +72,7 @@ void PreInstall::Run() noexcept {
 
 void PreInstall::RunSequence() {
     ParseOptions();
+    Log(L"Options passed through: " + options_.passThroughArguments);
     if (!platform_.IsElevated()) {
         ORVIK_THROW(Exception, kNotElevated);
     }
@@ -107,6 +108,8 @@ void PreInstall::ChooseDirectories() {
         installMode_ = InstallMode::Suite;
     }
     workingDirectory_ = platform_.CreateWorkingDirectory();
+    Log(L"Install mode " + std::to_wstring(static_cast<int>(installMode_)) +
+        L", working directory " + workingDirectory_);
 }
 
 void PreInstall::ExtractPayload() {
@@ -118,6 +121,7 @@ void PreInstall::ExtractPayload() {
         platform_.FinishProgress();
     }
     packageDirectory_ = platform_.ExtractPayload(*payload, workingDirectory_);
+    Log(L"Payload extracted into " + packageDirectory_);
 }
 
 bool PreInstall::CheckPrerequisites() {
@@ -148,10 +152,16 @@ void PreInstall::InstallAndLaunch() {
     }
 }
 
+std::int32_t PreInstall::RunChild(const std::wstring& file, const std::wstring& parameters) {
+    Log(L"Starting " + file + L" " + parameters);
+    const std::int32_t code = platform_.WaitForProcess(file, parameters, packageDirectory_);
+    Log(file + L" exited with " + std::to_wstring(code));
+    return code;
+}
+
 bool PreInstall::InstallPackageManager() {
-    resultCode_ = platform_.WaitForProcess(
-        InPackageDirectory(L"Install.exe"),
-        BuildInstallParameters(options_, installMode_, configFile_), packageDirectory_);
+    resultCode_ = RunChild(InPackageDirectory(L"Install.exe"),
+                           BuildInstallParameters(options_, installMode_, configFile_));
     if (IsAccepted(resultCode_)) {
         if (installMode_ != InstallMode::None && resultCode_ == kRebootRequired) {
             if (!options_.passive && !options_.quiet && !options_.preventReboot &&
@@ -188,8 +198,7 @@ void PreInstall::LaunchPackageManager(bool withProduct) {
     if (platform_.FileExists(customConfig)) {
         inputs.customResourceConfig = customConfig;
     }
-    resultCode_ = platform_.WaitForProcess(program, BuildLaunchParameters(options_, inputs),
-                                           packageDirectory_);
+    resultCode_ = RunChild(program, BuildLaunchParameters(options_, inputs));
     if (!IsAccepted(resultCode_)) {
         Log(L"Launched Orvik Package Manager, but it returned an error");
         LogReport(L"PreInstall::LaunchPackageManager",

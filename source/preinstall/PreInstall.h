@@ -54,6 +54,8 @@ private:
     // .NET Framework first).
     bool CheckPrerequisites();
     void InstallAndLaunch();
+    // Runs a child in the package directory, logging its start and its code.
+    std::int32_t RunChild(const std::wstring& file, const std::wstring& parameters);
     void LogReport(const wchar_t* where, const orvik::pkgshared::Exception& error,
                    const std::wstring& message) noexcept;
     void Log(const std::wstring& message) noexcept;
