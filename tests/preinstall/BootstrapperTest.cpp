@@ -153,13 +153,17 @@ TEST_F(BootstrapperTest, MissingInstallerIsReportedInTheLogs) {
     EXPECT_GE(count, 3);
 }
 
+fs::path DefaultLogs();
+
 TEST_F(BootstrapperTest, SilentChildCodesPassThrough) {
+    const std::string reportsBefore = ReadBytes(DefaultLogs() / L"errorlog.txt");
     InstallChild("");
     for (const char* code : {"-125071", "-125818", "-125029"}) {
         WriteBytes(record_.wstring() + L".codes", code);
         EXPECT_EQ(std::atoi(code), Bootstrap(L"--passive").exitCode) << code;
     }
     EXPECT_EQ(3u, Records().size());
+    EXPECT_EQ(reportsBefore, ReadBytes(DefaultLogs() / L"errorlog.txt"));  // nothing reported
 }
 
 TEST_F(BootstrapperTest, SuiteWithCurrentPackageManagerInstallsThenLaunches) {
@@ -221,6 +225,41 @@ TEST_F(BootstrapperTest, PayloadIsExtractedAndRemovedAfterTheRun) {
     // extraction: without "bin\suite.dat" this is a plain install.
     EXPECT_NE(std::string::npos, Parameters(records[0]).find("launch orvik-package-manager"));
     EXPECT_FALSE(fs::exists(fs::path(orvik::pkgshared::Utf8ToWide(directory)).parent_path()));
+}
+
+TEST_F(BootstrapperTest, RebootRequestOfASuiteInstallBecomesTheBootstrappersCode) {
+    InstallChild("-125071");
+    WriteBytes(scratch_ / L"bin" / L"suite.dat", "suite");
+    InstallPackageManager(L"99.0");
+    EXPECT_EQ(-126300, Bootstrap(L"--passive").exitCode);  // no question under --passive
+    EXPECT_EQ(1u, Records().size());
+}
+
+TEST_F(BootstrapperTest, OptionsReachBothCommandLines) {
+    InstallChild("0,0");
+    WriteBytes(scratch_ / L"bin" / L"suite.dat", "suite");
+    fs::create_directories(scratch_ / L"bin" / L"resources");
+    WriteBytes(scratch_ / L"bin" / L"resources" / L"config.dat", "config");
+    InstallPackageManager(L"99.0");
+    EXPECT_EQ(0, Bootstrap(L"--autoinstall-orvikpkg --accept-eulas --prevent-reboot "
+                           L"--hide-completion --no-winquel-mutex --passive --passive x=1")
+                     .exitCode);
+    const auto records = Records();
+    ASSERT_EQ(2u, records.size());
+    const std::string install = Parameters(records[0]);
+    EXPECT_EQ(0u, install.find("install orvik-package-manager orvik-package-manager-upgrader "
+                               "orvik-package-manager-released-feed --hide-completion "
+                               "--passive --prevent-reboot --config=\""))
+        << install;
+    EXPECT_NE(std::string::npos, install.find("\" --no-winquel-mutex --update-feeds")) << install;
+    const std::string launch = Parameters(records[1]);
+    const std::string config =
+        orvik::pkgshared::WideToUtf8((scratch_ / L"bin" / L"resources" / L"config.dat").wstring());
+    EXPECT_EQ(0u, launch.find("install-suite suite.dat --passive --accept-eulas --prevent-reboot "
+                              "--hide-completion --no-winquel-mutex --custom-resource-config=\"" +
+                              config + "\" --config=\""))
+        << launch;
+    EXPECT_EQ(launch.size() - 15, launch.find("\" --passive x=1")) << launch;
 }
 
 TEST_F(BootstrapperTest, OnlineInstallerLaunchesTheDownload) {

@@ -2,6 +2,7 @@
 
 #include "shared/ErrorCatalog.h"
 #include "shared/ErrorMessage.h"
+#include "shared/SystemErrorMessage.h"
 
 namespace orvik::pkgshared {
 namespace {
@@ -41,6 +42,15 @@ TEST(ErrorMessageTest, UsesTheChosenLanguageAndFallsBackToTheNumber) {
     EXPECT_NE(FormatErrorMessage(-126318, 1033, L"/q"), german);
     EXPECT_NE(std::wstring::npos, german.find(L"/q"));
     EXPECT_EQ(L"Error: -125007", FormatErrorMessage(-125007, 1033, L"a"));
+}
+
+TEST(SystemErrorMessageTest, KnownAndUnknownErrors) {
+    const std::wstring known = GetSystemErrorMessage(5);
+    EXPECT_FALSE(known.empty());
+    EXPECT_EQ(std::wstring::npos, known.find(L"Format message failed"));
+    const std::wstring unknown = GetSystemErrorMessage(0x3FFFFFFF);
+    EXPECT_EQ(0u, unknown.find(L"Format message failed with code ")) << unknown;
+    EXPECT_GT(unknown.size(), std::wstring(L"Format message failed with code ").size());
 }
 
 }  // namespace
