@@ -122,10 +122,21 @@ fs::path DefaultLogs() {
     return fs::path(local) / L"Calvenna" / L"Orvik Package Manager" / L"Logs";
 }
 
+// The working directories of runs that are still in the temporary folder.
+int LeftWorkingDirectories() {
+    int count = 0;
+    for (fs::directory_iterator it(fs::temp_directory_path()), end; it != end; ++it) {
+        count += it->path().filename().wstring().rfind(L"orvikpkg_preinstall-", 0) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
 TEST_F(BootstrapperTest, MissingInstallerIsReportedInTheLogs) {
     const std::string before = ReadBytes(DefaultLogs() / L"errorlog.txt");
+    const int leftBefore = LeftWorkingDirectories();
     const auto result = Bootstrap(L"--quiet");
     EXPECT_EQ(-126304, result.exitCode);
+    EXPECT_EQ(leftBefore, LeftWorkingDirectories());  // a failed run cleans up too
     const std::string report = ReadBytes(DefaultLogs() / L"errorlog.txt").substr(before.size());
     EXPECT_NE(std::string::npos,
               report.find("Exception in PreInstall::ReportError. Error code: -126304"))
