@@ -9,6 +9,7 @@
 #include <string>
 
 #include "shared/TextConversion.h"
+#include "shared/utils/FileBytes.h"
 
 namespace {
 
@@ -21,14 +22,7 @@ std::wstring Environment(const wchar_t* name) {
 // Takes the first code off the list kept in `file`.
 int NextExitCode(const std::wstring& file) {
     std::string codes;
-    if (std::FILE* in = _wfopen(file.c_str(), L"rb")) {
-        char buffer[256];
-        size_t read = 0;
-        while ((read = std::fread(buffer, 1, sizeof(buffer), in)) > 0) {
-            codes.append(buffer, read);
-        }
-        std::fclose(in);
-    }
+    orvik::pkgshared::ReadFileBytes(file, codes);
     if (codes.empty()) {
         return 0;
     }

@@ -8,6 +8,8 @@
 
 #include <boost/filesystem.hpp>
 
+#include "shared/utils/FileBytes.h"
+
 namespace orvik::testing {
 
 class ScratchDirectory {
@@ -45,14 +47,7 @@ private:
 // runtime take narrow names, which lose characters outside the code page.
 inline std::string ReadBytes(const boost::filesystem::path& file) {
     std::string bytes;
-    if (std::FILE* in = _wfopen(file.c_str(), L"rb")) {
-        char buffer[65536];
-        size_t read = 0;
-        while ((read = std::fread(buffer, 1, sizeof(buffer), in)) > 0) {
-            bytes.append(buffer, read);
-        }
-        std::fclose(in);
-    }
+    pkgshared::ReadFileBytes(file.wstring(), bytes);
     return bytes;
 }
 

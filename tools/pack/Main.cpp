@@ -18,6 +18,7 @@
 #include "shared/ArchiveManager.h"
 #include "shared/ErrorMessage.h"
 #include "shared/TextConversion.h"
+#include "shared/utils/FileBytes.h"
 
 namespace {
 
@@ -75,14 +76,7 @@ bool CheckPayload(const std::wstring& payload, bool force) {
 
 bool CheckOnlineInstall(const std::wstring& file, bool force) {
     std::string bytes;
-    if (std::FILE* in = _wfopen(file.c_str(), L"rb")) {
-        char buffer[65536];
-        size_t read = 0;
-        while ((read = std::fread(buffer, 1, sizeof(buffer), in)) > 0) {
-            bytes.append(buffer, read);
-        }
-        std::fclose(in);
-    } else {
+    if (!orvik::pkgshared::ReadFileBytes(file, bytes)) {
         Print(stderr, L"orvikpkg-pack: error: cannot read " + file + L"\n");
         return false;
     }
