@@ -11,4 +11,12 @@ using UniqueHkey = UniqueResource<HKEY, &::RegCloseKey>;
 using UniqueHlocal = UniqueResource<HLOCAL, &::LocalFree>;
 using UniqueHmodule = UniqueResource<HMODULE, &::FreeLibrary>;
 
+template <typename T>
+void ReleaseComObject(T* object) {
+    object->Release();
+}
+// One reference to a COM object, released on reset.
+template <typename T>
+using UniqueCom = UniqueResource<T*, &ReleaseComObject<T>>;
+
 }  // namespace orvik::pkgshared
