@@ -29,15 +29,11 @@ constexpr std::int32_t kWindowsTooOld = -126359;
 constexpr std::int32_t kLogLevel = 1;
 constexpr wchar_t kLogSource[] = L"PreInstall";
 
-// Outcomes rather than errors: never reported.
+// Outcomes rather than errors: never reported, whether a child returned them
+// or the run ended with them.
 bool IsSilent(std::int32_t code) {
     return code == 0 || code == kRebootRequired || code == kUserCancelled ||
            code == kNeedsNewerPackageManager;
-}
-
-// Child results that count as success for reporting.
-bool IsAccepted(std::int32_t code) {
-    return IsSilent(code);
 }
 
 std::wstring Join(const std::wstring& directory, const wchar_t* name) {
@@ -162,7 +158,7 @@ std::int32_t PreInstall::RunChild(const std::wstring& file, const std::wstring& 
 bool PreInstall::InstallPackageManager() {
     resultCode_ = RunChild(InPackageDirectory(L"Install.exe"),
                            BuildInstallParameters(options_, installMode_, configFile_));
-    if (IsAccepted(resultCode_)) {
+    if (IsSilent(resultCode_)) {
         if (installMode_ != InstallMode::None && resultCode_ == kRebootRequired) {
             if (!options_.passive && !options_.quiet && !options_.preventReboot &&
                 platform_.AskToReboot()) {
@@ -199,7 +195,7 @@ void PreInstall::LaunchPackageManager(bool withProduct) {
         inputs.customResourceConfig = customConfig;
     }
     resultCode_ = RunChild(program, BuildLaunchParameters(options_, inputs));
-    if (!IsAccepted(resultCode_)) {
+    if (!IsSilent(resultCode_)) {
         Log(L"Launched Orvik Package Manager, but it returned an error");
         LogReport(L"PreInstall::LaunchPackageManager",
                   Exception(kLaunchFailed, orvik::pkgshared::ToDecimal(resultCode_),

@@ -14,6 +14,7 @@
 #include "shared/ExceptionFamily.h"
 #include "shared/Raise.h"
 #include "shared/TextConversion.h"
+#include "shared/utils/UniqueFile.h"
 
 namespace orvik::pkgshared {
 namespace {
@@ -120,29 +121,17 @@ void RenameRawData(const fs::path& destination, const std::wstring& sourceFile) 
 void CreateEmptyRawData(const fs::path& destination) {
     boost::system::error_code error;
     fs::create_directories(destination, error);
-    std::FILE* file = nullptr;
-#ifdef _WIN32
-    file = _wfopen((destination / L"data").c_str(), L"wb");
-#else
-    file = std::fopen((destination / L"data").c_str(), "wb");
-#endif
-    if (file == nullptr) {
-        ORVIK_THROW(FailedToOpenCRuntimeFileException, (destination / L"data").wstring(), errno);
+    const std::wstring data = (destination / L"data").wstring();
+    if (!OpenFile(data, "wb")) {
+        ORVIK_THROW(FailedToOpenCRuntimeFileException, data, errno);
     }
-    std::fclose(file);
 }
 
 // Throws what opening `file` for reading fails with: Exception -125048 when
 // access is denied, FailedToOpenCRuntimeFileException otherwise.
 void ThrowUnlessReadable(const std::wstring& file) {
     errno = 0;
-#ifdef _WIN32
-    std::FILE* opened = _wfopen(file.c_str(), L"rb");
-#else
-    std::FILE* opened = std::fopen(fs::path(file).c_str(), "rb");
-#endif
-    if (opened != nullptr) {
-        std::fclose(opened);
+    if (OpenFile(file, "rb")) {
         return;
     }
     if (errno == EACCES) {

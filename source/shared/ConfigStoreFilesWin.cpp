@@ -7,17 +7,13 @@
 
 #include "shared/ConfigStore.h"
 #include "shared/ConfigStoreNames.h"
+#include "shared/utils/UniqueFile.h"
 #include "shared/utils/WinResources.h"
 
 namespace orvik::pkgshared {
 namespace {
 
 constexpr int kMaxNumberedTemporary = 999;
-
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using UniqueFile = std::unique_ptr<std::FILE, FileCloser>;
 
 int NegativeErrno(int fallback) {
     return errno != 0 ? -errno : fallback;
@@ -31,9 +27,9 @@ bool Exists(const std::wstring& path) {
 // locked or read-only target fails before anything is written.
 bool ProbeTarget(const std::wstring& path) {
     if (Exists(path)) {
-        return UniqueFile(_wfopen(path.c_str(), L"r+b")) != nullptr;
+        return OpenFile(path, "r+b") != nullptr;
     }
-    if (UniqueFile(_wfopen(path.c_str(), L"wb")) == nullptr) {
+    if (OpenFile(path, "wb") == nullptr) {
         return false;
     }
     ::DeleteFileW(path.c_str());
@@ -63,7 +59,7 @@ int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
 // Writes every line with CRLF to `path`, truncating it first.
 int WriteStoreFile(const ConfigStore& store, const std::wstring& path) {
     errno = 0;
-    UniqueFile file(_wfopen(path.c_str(), L"wb"));
+    UniqueFile file = OpenFile(path, "wb");
     if (!file) {
         return ConfigStore::kCannotOpenOutput;
     }
@@ -88,7 +84,7 @@ int WriteStoreFile(const ConfigStore& store, const std::wstring& path) {
 int ConfigStore::LoadFile(const std::wstring& path) {
     sections_.clear();
     errno = 0;
-    const UniqueFile file(_wfopen(path.c_str(), L"rb"));
+    const UniqueFile file = OpenFile(path, "rb");
     if (!file) {
         return NegativeErrno(-EIO);
     }

@@ -15,6 +15,7 @@
 #include "shared/Raise.h"
 #include "shared/SystemErrorMessage.h"
 #include "shared/TextConversion.h"
+#include "shared/utils/UniqueFile.h"
 
 namespace orvik::pkgshared {
 namespace {
@@ -30,16 +31,11 @@ void EnsureDirectory(const boost::filesystem::path& directory) {
     }
 }
 
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using UniqueFile = std::unique_ptr<std::FILE, FileCloser>;
-
 UniqueFile OpenForAppendShared(const boost::filesystem::path& file) {
 #ifdef _WIN32
     return UniqueFile(_wfsopen(file.c_str(), L"a", _SH_DENYNO));
 #else
-    return UniqueFile(std::fopen(file.c_str(), "a"));
+    return OpenFile(file.wstring(), "a");
 #endif
 }
 

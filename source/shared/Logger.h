@@ -16,6 +16,7 @@
 
 #include "shared/ILogger.h"
 #include "shared/ISharedSession.h"
+#include "shared/utils/UniqueFile.h"
 
 namespace orvik::pkgshared {
 
@@ -38,13 +39,9 @@ public:
     std::wstring GetLogFilePath() const override;
 
 private:
-    struct FileCloser {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-
     bool loggingDisabled_ = false;
     std::wstring logFilePath_;
-    std::unique_ptr<std::FILE, FileCloser> stream_;
+    UniqueFile stream_;
     mutable std::mutex mutex_;
 };
 

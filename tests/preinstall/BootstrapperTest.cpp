@@ -65,6 +65,15 @@ protected:
         fs::copy_file(bin_ / L"child_recorder.exe", scratch_ / L"bin" / L"Install.exe");
         WriteBytes(record_.wstring() + L".codes", exitCodes);
     }
+    // Builds `installer` from the template with the packing tool.
+    void Pack(const fs::path& installer, const std::wstring& resources) {
+        const auto pack =
+            orvik::testing::Run(Quoted(bin_ / L"orvikpkg-pack.exe") + L" --template " +
+                                    Quoted(bin_ / L"preinstall.exe") + L" --output " +
+                                    Quoted(installer) + L" " + resources,
+                                scratch_.Path());
+        ASSERT_EQ(0, pack.exitCode) << pack.output;
+    }
     orvik::testing::ChildResult Bootstrap(const std::wstring& arguments) {
         return orvik::testing::Run(Quoted(setup_) + L" " + arguments, scratch_.Path());
     }
@@ -220,11 +229,7 @@ TEST_F(BootstrapperTest, PayloadIsExtractedAndRemovedAfterTheRun) {
     fs::copy_file(bin_ / L"child_recorder.exe", payload / L"Install.exe");
     WriteBytes(payload / L"suite.dat", "suite");
     const fs::path packed = scratch_ / L"packed.exe";
-    const auto pack = orvik::testing::Run(Quoted(bin_ / L"orvikpkg-pack.exe") + L" --template " +
-                                              Quoted(bin_ / L"preinstall.exe") + L" --output " +
-                                              Quoted(packed) + L" --payload-dir " + Quoted(payload),
-                                          scratch_.Path());
-    ASSERT_EQ(0, pack.exitCode) << pack.output;
+    ASSERT_NO_FATAL_FAILURE(Pack(packed, L"--payload-dir " + Quoted(payload)));
     WriteBytes(record_.wstring() + L".codes", "55");
     EXPECT_EQ(55, orvik::testing::Run(Quoted(packed) + L" --quiet", scratch_.Path()).exitCode);
     const auto records = Records();
@@ -282,11 +287,7 @@ TEST_F(BootstrapperTest, OnlineInstallerLaunchesTheDownload) {
                "uri=\"https://example.invalid/suite.xml\"/><progressTitle value=\"Suite\"/>"
                "</orvikpkgOnlineInstall>");
     const fs::path packed = scratch_ / L"online.exe";
-    const auto pack = orvik::testing::Run(Quoted(bin_ / L"orvikpkg-pack.exe") + L" --template " +
-                                              Quoted(bin_ / L"preinstall.exe") + L" --output " +
-                                              Quoted(packed) + L" --online-install " + Quoted(xml),
-                                          scratch_.Path());
-    ASSERT_EQ(0, pack.exitCode) << pack.output;
+    ASSERT_NO_FATAL_FAILURE(Pack(packed, L"--online-install " + Quoted(xml)));
     EXPECT_EQ(0, orvik::testing::Run(Quoted(packed) + L" --passive --accept-eulas", scratch_.Path())
                      .exitCode);
     const auto records = Records();

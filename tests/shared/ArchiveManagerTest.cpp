@@ -12,6 +12,7 @@
 #include "support/ArchiveBuilder.h"
 #include "support/FileLock.h"
 #include "support/ScratchDirectory.h"
+#include "support/TestData.h"
 
 namespace orvik::pkgshared {
 namespace {
@@ -50,23 +51,8 @@ public:
     std::vector<std::wstring> sources;
 };
 
-std::string RandomBytes(size_t size, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::string bytes(size, '\0');
-    for (char& c : bytes) {
-        c = static_cast<char>(generator());
-    }
-    return bytes;
-}
-
-std::int32_t CodeOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const Exception& e) {
-        return e.GetErrorCode();
-    }
-    return 0;
-}
+using orvik::testing::CodeOf;
+using orvik::testing::RandomBytes;
 
 class ArchiveManagerTest : public ::testing::Test {
 protected:

@@ -10,11 +10,13 @@
 #include "support/Fakes.h"
 #include "support/FileLock.h"
 #include "support/ScratchDirectory.h"
+#include "support/TestData.h"
 
 namespace orvik::pkgshared {
 namespace {
 
 namespace fs = boost::filesystem;
+using orvik::testing::CodeOf;
 using orvik::testing::ReadBytes;
 using orvik::testing::WriteBytes;
 
@@ -30,14 +32,6 @@ protected:
     }
     void WriteDefaults(const fs::path& directory, const std::string& body) {
         WriteBytes(directory / L"orvik-package-manager-defaults.ini", "[Settings]\r\n" + body);
-    }
-    static std::int32_t CodeOf(const std::function<void()>& action) {
-        try {
-            action();
-        } catch (const Exception& e) {
-            return e.GetErrorCode();
-        }
-        return 0;
     }
 
     orvik::testing::ScratchDirectory scratch_;

@@ -8,6 +8,7 @@
 #include "support/ArchiveBuilder.h"
 #include "support/ChildProcess.h"
 #include "support/ScratchDirectory.h"
+#include "support/TestData.h"
 
 namespace orvik::tools::pack {
 namespace {
@@ -18,14 +19,7 @@ using orvik::testing::ReadBytes;
 
 using orvik::testing::WriteBytes;
 
-std::string RandomBytes(size_t size, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::string bytes(size, '\0');
-    for (char& c : bytes) {
-        c = static_cast<char>(generator());
-    }
-    return bytes;
-}
+using orvik::testing::RandomBytes;
 
 // Every regular file below `root` by its relative path, with its bytes.
 std::map<std::wstring, std::string> Tree(const fs::path& root) {

@@ -12,6 +12,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "shared/TextConversion.h"
+#include "shared/utils/UniqueFile.h"
 
 namespace orvik::tools::pack {
 namespace {
@@ -25,9 +26,6 @@ struct WriterDeleter {
 };
 struct EntryDeleter {
     void operator()(archive_entry* e) const { archive_entry_free(e); }
-};
-struct FileCloser {
-    void operator()(std::FILE* f) const { std::fclose(f); }
 };
 
 std::wstring LibraryError(archive* a) {
@@ -54,7 +52,7 @@ bool ListTree(const fs::path& root, std::vector<std::pair<std::wstring, bool>>& 
 }
 
 bool CopyFileData(archive* a, const fs::path& file, std::wstring& error) {
-    std::unique_ptr<std::FILE, FileCloser> in(_wfopen(file.c_str(), L"rb"));
+    const orvik::pkgshared::UniqueFile in = orvik::pkgshared::OpenFile(file.wstring(), "rb");
     if (!in) {
         error = L"cannot read " + file.wstring();
         return false;

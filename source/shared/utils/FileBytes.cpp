@@ -1,27 +1,11 @@
 #include "shared/utils/FileBytes.h"
 
-#include <cstdio>
-#include <memory>
-
-#include <boost/filesystem/path.hpp>
+#include "shared/utils/UniqueFile.h"
 
 namespace orvik::pkgshared {
-namespace {
-
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-}  // namespace
-
 bool ReadFileBytes(const std::wstring& path, std::string& bytes) {
     bytes.clear();
-#ifdef _WIN32
-    const std::unique_ptr<std::FILE, FileCloser> file(_wfopen(path.c_str(), L"rb"));
-#else
-    const std::unique_ptr<std::FILE, FileCloser> file(
-        std::fopen(boost::filesystem::path(path).c_str(), "rb"));
-#endif
+    const UniqueFile file = OpenFile(path, "rb");
     if (!file) {
         return false;
     }

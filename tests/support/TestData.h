@@ -1,0 +1,32 @@
+#pragma once
+// Small helpers shared by the tests.
+#include <cstdint>
+#include <functional>
+#include <random>
+#include <string>
+
+#include "shared/Exception.h"
+
+namespace orvik::testing {
+
+// `size` bytes of repeatable noise.
+inline std::string RandomBytes(size_t size, unsigned seed) {
+    std::mt19937 generator(seed);
+    std::string bytes(size, '\0');
+    for (char& c : bytes) {
+        c = static_cast<char>(generator());
+    }
+    return bytes;
+}
+
+// The code of the Exception `action` throws; 0 when it throws none.
+inline std::int32_t CodeOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const pkgshared::Exception& e) {
+        return e.GetErrorCode();
+    }
+    return 0;
+}
+
+}  // namespace orvik::testing
