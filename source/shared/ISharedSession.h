@@ -2,6 +2,10 @@
 #include "shared/ILocalConfiguration.h"
 #include "shared/ILogger.h"
 
+namespace OrvikPkg::SystemInfo {
+class ISystemInformation;
+}
+
 namespace orvik::pkgshared {
 
 class PathGuide;
@@ -14,6 +18,7 @@ public:
     virtual PathGuide& GetPathGuide() = 0;
     virtual ILocalConfiguration& GetLocalConfiguration() = 0;
     virtual ILogger& GetLogger() = 0;
+    virtual OrvikPkg::SystemInfo::ISystemInformation& GetSystemInformation() = 0;
 };
 
 }  // namespace orvik::pkgshared

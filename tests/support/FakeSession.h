@@ -6,6 +6,7 @@
 #include "shared/ISharedSession.h"
 #include "shared/PathGuide.h"
 #include "support/Fakes.h"
+#include "support/SystemInfoMocks.h"
 
 namespace orvik::testing {
 
@@ -22,9 +23,13 @@ public:
     pkgshared::PathGuide& GetPathGuide() override { return guide; }
     pkgshared::ILocalConfiguration& GetLocalConfiguration() override { return configuration; }
     pkgshared::ILogger& GetLogger() override { return logger; }
+    OrvikPkg::SystemInfo::ISystemInformation& GetSystemInformation() override {
+        return systemInformation;
+    }
     FakeConfiguration configuration;
     LogsHere guide;
     RecordingLogger logger;
+    ::testing::StrictMock<MockSystemInformation> systemInformation;
 };
 
 }  // namespace orvik::testing

@@ -10,10 +10,8 @@
 namespace OrvikPkg::SystemInfo {
 namespace {
 
+using orvik::pkgshared::UniqueBstr;
 using orvik::pkgshared::WindowsFunctionErrorException;
-
-// A BSTR freed when it goes away.
-using UniqueBstr = orvik::pkgshared::UniqueResource<BSTR, &::SysFreeString>;
 
 void ThrowIfFailed(HRESULT result, const char* operation, std::int32_t line) {
     if (FAILED(result)) {

@@ -5,6 +5,8 @@
 
 #include <objbase.h>
 
+#include "shared/WindowsApi/IWindowsErrorHandlingApi.h"
+
 namespace OrvikPkg::WindowsApi {
 
 class IWindowsComApi {
@@ -21,6 +23,7 @@ public:
                                       DWORD authorisationService, OLECHAR* principalName,
                                       DWORD authenticationLevel, DWORD impersonationLevel,
                                       RPC_AUTH_IDENTITY_HANDLE identity, DWORD capabilities) = 0;
+    virtual IWindowsErrorHandlingApi& GetErrorHandlingApi() = 0;
 };
 
 }  // namespace OrvikPkg::WindowsApi

@@ -2,6 +2,8 @@
 // Owner types for the Win32 resources the system holds.
 #include <windows.h>
 
+#include <oleauto.h>
+
 #include "shared/utils/UniqueResource.h"
 
 namespace orvik::pkgshared {
@@ -18,5 +20,7 @@ void ReleaseComObject(T* object) {
 // One reference to a COM object, released on reset.
 template <typename T>
 using UniqueCom = UniqueResource<T*, &ReleaseComObject<T>>;
+// A BSTR freed when it goes away.
+using UniqueBstr = UniqueResource<BSTR, &::SysFreeString>;
 
 }  // namespace orvik::pkgshared

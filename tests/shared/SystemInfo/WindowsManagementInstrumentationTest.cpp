@@ -5,6 +5,7 @@
 
 #include "shared/SystemInfo/WindowsManagementInstrumentationProxy.h"
 #include "shared/WindowsApi/WindowsComApi.h"
+#include "shared/WindowsApi/WindowsErrorHandlingApi.h"
 
 namespace OrvikPkg::SystemInfo {
 namespace {
@@ -22,7 +23,8 @@ TEST(WqlQueryTest, PropertiesAreJoinedByCommas) {
 // The real WMI of the test prefix, on a thread of its own.
 TEST(WindowsManagementInstrumentationTest, ReadsTheOperatingSystem) {
     std::thread([] {
-        WindowsApi::WindowsComApi api;
+        WindowsApi::WindowsErrorHandlingApi errors;
+        WindowsApi::WindowsComApi api(errors);
         WindowsManagementInstrumentation wmi(api);
         const auto proxy = wmi.Connect();
         const auto os =
@@ -38,7 +40,8 @@ TEST(WindowsManagementInstrumentationTest, ReadsTheOperatingSystem) {
 
 TEST(WindowsManagementInstrumentationTest, ClassWithoutInstances) {
     std::thread([] {
-        WindowsApi::WindowsComApi api;
+        WindowsApi::WindowsErrorHandlingApi errors;
+        WindowsApi::WindowsComApi api(errors);
         const auto proxy = WindowsManagementInstrumentation(api).Connect();
         try {
             // No process has this identifier: the query finds no instance.

@@ -6,6 +6,8 @@
 #include "shared/ExceptionFamily.h"
 #include "shared/WindowsApi/ComInitializer.h"
 #include "shared/WindowsApi/WindowsComApi.h"
+#include "shared/WindowsApi/WindowsErrorHandlingApi.h"
+#include "support/WindowsApiMocks.h"
 
 namespace OrvikPkg::WindowsApi {
 namespace {
@@ -13,16 +15,7 @@ namespace {
 using ::testing::Return;
 using ::testing::StrictMock;
 
-class MockComApi : public IWindowsComApi {
-public:
-    MOCK_METHOD(HRESULT, CoInitializeEx, (LPVOID, DWORD), (override));
-    MOCK_METHOD(void, CoUninitialize, (), (override));
-    MOCK_METHOD(HRESULT, CoCreateInstance, (REFCLSID, LPUNKNOWN, DWORD, REFIID, LPVOID*),
-                (override));
-    MOCK_METHOD(HRESULT, CoSetProxyBlanket,
-                (IUnknown*, DWORD, DWORD, OLECHAR*, DWORD, DWORD, RPC_AUTH_IDENTITY_HANDLE, DWORD),
-                (override));
-};
+using MockComApi = orvik::testing::MockComApi;
 
 TEST(ComInitializerTest, UninitialisesOnlyWhatItInitialised) {
     for (const HRESULT result : {S_OK, S_FALSE}) {
@@ -58,7 +51,8 @@ TEST(WindowsComApiTest, AlwaysAsksForASingleThreadedApartment) {
     // single-threaded one is refused, whatever model is passed.
     std::thread([] {
         ASSERT_TRUE(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
-        WindowsComApi api;
+        WindowsErrorHandlingApi errors;
+        WindowsComApi api(errors);
         EXPECT_EQ(RPC_E_CHANGED_MODE, api.CoInitializeEx(nullptr, COINIT_MULTITHREADED));
         {
             const ComInitializer guard(api);
