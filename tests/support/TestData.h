@@ -29,4 +29,14 @@ inline std::int32_t CodeOf(const std::function<void()>& action) {
     return 0;
 }
 
+// A copy of the Exception `action` throws; code 0 when it throws none.
+inline pkgshared::Exception Caught(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const pkgshared::Exception& e) {
+        return e;
+    }
+    return pkgshared::Exception(0, nullptr, 0);
+}
+
 }  // namespace orvik::testing

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -6,6 +7,8 @@
 #include "shared/SystemInfo/WindowsManagementInstrumentationProxy.h"
 #include "shared/WindowsApi/WindowsComApi.h"
 #include "shared/WindowsApi/WindowsErrorHandlingApi.h"
+#include "support/TestData.h"
+#include "support/WindowsApiMocks.h"
 
 namespace OrvikPkg::SystemInfo {
 namespace {
@@ -51,6 +54,25 @@ TEST(WindowsManagementInstrumentationTest, ClassWithoutInstances) {
             EXPECT_STREQ("Failed to get operating system", e.what());
         }
     }).join();
+}
+
+// A failure while connecting releases what was made and undoes only the COM
+// initialisation that the proxy itself made.
+TEST(WindowsManagementInstrumentationTest, FailedConnectionUndoesOwnComOnly) {
+    for (const HRESULT initialised : {S_OK, RPC_E_CHANGED_MODE}) {
+        ::testing::StrictMock<orvik::testing::MockComApi> api;
+        EXPECT_CALL(api, CoInitializeEx(nullptr, 2u)).WillOnce(::testing::Return(initialised));
+        EXPECT_CALL(api, CoCreateInstance(::testing::_, nullptr, CLSCTX_INPROC_SERVER,
+                                          ::testing::_, ::testing::_))
+            .WillOnce(::testing::Return(REGDB_E_CLASSNOTREG));
+        EXPECT_CALL(api, CoUninitialize()).Times(initialised == S_OK ? 1 : 0);
+        const orvik::pkgshared::Exception e =
+            orvik::testing::Caught([&] { WindowsManagementInstrumentation(api).Connect(); });
+        EXPECT_EQ(L"CoCreateInstance(WbemLocator)", e.GetMessageArgument1());
+        EXPECT_STREQ(L"source\\shared\\SystemInfo\\WindowsManagementInstrumentationProxy",
+                     e.GetSourceFile());
+        EXPECT_EQ(37, e.GetLineNumber());
+    }
 }
 
 }  // namespace
