@@ -45,8 +45,8 @@ private:
     OrvikPkg::WindowsApi::WindowsSysInfoApi sysInfoApi_{errorHandlingApi_};
     OrvikPkg::SystemInfo::WindowsEventLog eventLog_{eventLogApi_};
     OrvikPkg::SystemInfo::WindowsManagementInstrumentation wmi_{comApi_};
-    OrvikPkg::SystemInfo::SystemInformation systemInformation_{comApi_, fileApi_, sysInfoApi_,
-                                                               wmi_, eventLog_};
+    OrvikPkg::SystemInfo::SystemInformation systemInformation_{comApi_, fileApi_, sysInfoApi_, wmi_,
+                                                               eventLog_};
 };
 
 }  // namespace orvik::pkgshared

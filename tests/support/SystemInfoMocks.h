@@ -18,8 +18,7 @@ class MockSystemInformation : public OrvikPkg::SystemInfo::ISystemInformation {
 public:
     MOCK_METHOD(OrvikPkg::SystemInfo::OperatingSystem, GetOperatingSystem, (), (override));
     MOCK_METHOD(OrvikPkg::SystemInfo::Memory, GetMemory, (), (override));
-    MOCK_METHOD(OrvikPkg::SystemInfo::DiskSpace, GetDiskSpace, (const std::wstring&),
-                (override));
+    MOCK_METHOD(OrvikPkg::SystemInfo::DiskSpace, GetDiskSpace, (const std::wstring&), (override));
     MOCK_METHOD(OrvikPkg::SystemInfo::ISecurityProvidersInformation&,
                 GetSecurityProvidersInformation, (), (override));
     MOCK_METHOD(std::wstring, GetLocaleName, (bool), (override));

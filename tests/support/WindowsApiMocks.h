@@ -34,8 +34,7 @@ public:
 class MockEventLogApi : public OrvikPkg::WindowsApi::IWindowsEventLogApi {
 public:
     MOCK_METHOD(EVT_HANDLE, EvtQuery, (EVT_HANDLE, LPCWSTR, LPCWSTR, DWORD), (override));
-    MOCK_METHOD(BOOL, EvtNext, (EVT_HANDLE, DWORD, EVT_HANDLE*, DWORD, DWORD, PDWORD),
-                (override));
+    MOCK_METHOD(BOOL, EvtNext, (EVT_HANDLE, DWORD, EVT_HANDLE*, DWORD, DWORD, PDWORD), (override));
     MOCK_METHOD(EVT_HANDLE, EvtCreateRenderContext, (DWORD, LPCWSTR*, DWORD), (override));
     MOCK_METHOD(BOOL, EvtRender, (EVT_HANDLE, EVT_HANDLE, DWORD, DWORD, PVOID, PDWORD, PDWORD),
                 (override));
@@ -54,8 +53,7 @@ public:
     MOCK_METHOD(BOOL, GetFileTime, (HANDLE, LPFILETIME, LPFILETIME, LPFILETIME), (override));
     MOCK_METHOD(BOOL, CloseHandle, (HANDLE), (override));
     MOCK_METHOD(BOOL, ReadFile, (HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED), (override));
-    MOCK_METHOD(BOOL, SetFilePointerEx, (HANDLE, LARGE_INTEGER, PLARGE_INTEGER, DWORD),
-                (override));
+    MOCK_METHOD(BOOL, SetFilePointerEx, (HANDLE, LARGE_INTEGER, PLARGE_INTEGER, DWORD), (override));
     MOCK_METHOD(BOOL, WriteFile, (HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED), (override));
     MOCK_METHOD(BOOL, GetDiskFreeSpaceExW,
                 (LPCWSTR, PULARGE_INTEGER, PULARGE_INTEGER, PULARGE_INTEGER), (override));

@@ -39,8 +39,7 @@ public:
     // The product's display name; the caller frees it with SysFreeString.
     virtual HRESULT STDMETHODCALLTYPE get_DisplayName(BSTR* value) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_ProductState(WSC_SECURITY_PRODUCT_STATE* value) = 0;
-    virtual HRESULT STDMETHODCALLTYPE get_SignatureStatus(
-        WSC_SECURITY_SIGNATURE_STATUS* value) = 0;
+    virtual HRESULT STDMETHODCALLTYPE get_SignatureStatus(WSC_SECURITY_SIGNATURE_STATUS* value) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_RemediationPath(BSTR* value) = 0;
     virtual HRESULT STDMETHODCALLTYPE get_ProductStateTimestamp(BSTR* value) = 0;
 };

@@ -67,8 +67,7 @@ SecurityProductList SecurityProviderLoader::Load() const {
         ThrowIfFailed(product.get()->get_DisplayName(name.put()), "wscProduct->get_DisplayName",
                       107);
         WSC_SECURITY_PRODUCT_STATE state = WSC_SECURITY_PRODUCT_STATE_OFF;
-        ThrowIfFailed(product.get()->get_ProductState(&state), "wscProduct->get_ProductState",
-                      115);
+        ThrowIfFailed(product.get()->get_ProductState(&state), "wscProduct->get_ProductState", 115);
         list.products.push_back(
             {name ? std::wstring(name.get(), ::SysStringLen(name.get())) : std::wstring(),
              state == WSC_SECURITY_PRODUCT_STATE_ON});

@@ -97,8 +97,8 @@ EVT_VARIANT WindowsEvent::Property(EVT_SYSTEM_PROPERTY_ID id) const {
 
 SystemTime WindowsEvent::GetTimeCreated() const {
     const EVT_VARIANT created = Property(EvtSystemTimeCreated);
-    if (!IsOneOf(created.Type, {EvtVarTypeInt64, EvtVarTypeUInt64, EvtVarTypeFileTime,
-                                EvtVarTypeHexInt64})) {
+    if (!IsOneOf(created.Type,
+                 {EvtVarTypeInt64, EvtVarTypeUInt64, EvtVarTypeFileTime, EvtVarTypeHexInt64})) {
         ORVIK_THROW_AT(21, ProcessingError, L"GetTimeCreated()",
                        L"systemProperties[EvtSystemTimeCreated].Type != EvtVarTypeFileTime",
                        L"systemProperties[EvtSystemTimeCreated].Type",
@@ -112,8 +112,7 @@ bool WindowsEvent::HasKeyword(std::int64_t keyword) const {
     if (!IsOneOf(keywords.Type, {EvtVarTypeInt64, EvtVarTypeUInt64, EvtVarTypeHexInt64})) {
         ORVIK_THROW_AT(39, ProcessingError, L"HasKeyword(int64_t keyword)",
                        L"systemProperties[EvtSystemKeywords].Type != EvtVarTypeHexInt64",
-                       L"systemProperties[EvtSystemKeywords].Type",
-                       std::to_wstring(keywords.Type));
+                       L"systemProperties[EvtSystemKeywords].Type", std::to_wstring(keywords.Type));
     }
     return (keywords.UInt64Val & static_cast<std::uint64_t>(keyword)) != 0;
 }

@@ -36,8 +36,7 @@ public:
     WindowsEvent(WindowsApi::IWindowsEventLogApi& api, EVT_HANDLE event);
     SystemTime GetTimeCreated() const override;
     bool HasKeyword(std::int64_t keyword) const override;
-    std::wstring GetEventDataValue(const std::wstring& name,
-                                   bool* found = nullptr) const override;
+    std::wstring GetEventDataValue(const std::wstring& name, bool* found = nullptr) const override;
 
 private:
     // The system property `id`; a null variant when the rendered buffer

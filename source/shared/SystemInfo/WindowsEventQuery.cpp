@@ -26,12 +26,12 @@ IWindowsEvent* WindowsEventQuery::Next() {
                        static_cast<std::int32_t>(error), "EvtNext");
     }
     if (returned == 0) {
-        ORVIK_THROW_AT(28, ProcessingError, L"EvtNext", L"handlesReturned == 0",
-                       L"handlesReturned", std::to_wstring(returned));
+        ORVIK_THROW_AT(28, ProcessingError, L"EvtNext", L"handlesReturned == 0", L"handlesReturned",
+                       std::to_wstring(returned));
     }
     if (event == nullptr) {
-        ORVIK_THROW_AT(37, ProcessingError, L"EvtNext", L"windowsEvent == nullptr",
-                       L"windowsEvent", L"nullptr");
+        ORVIK_THROW_AT(37, ProcessingError, L"EvtNext", L"windowsEvent == nullptr", L"windowsEvent",
+                       L"nullptr");
     }
     currentEvent_ = std::make_unique<WindowsEvent>(api_, event);
     return currentEvent_.get();

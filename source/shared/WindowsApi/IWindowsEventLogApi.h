@@ -17,9 +17,8 @@ public:
                          DWORD timeout, DWORD flags, PDWORD returned) = 0;
     virtual EVT_HANDLE EvtCreateRenderContext(DWORD valuePathCount, LPCWSTR* valuePaths,
                                               DWORD flags) = 0;
-    virtual BOOL EvtRender(EVT_HANDLE context, EVT_HANDLE fragment, DWORD flags,
-                           DWORD bufferSize, PVOID buffer, PDWORD bufferUsed,
-                           PDWORD propertyCount) = 0;
+    virtual BOOL EvtRender(EVT_HANDLE context, EVT_HANDLE fragment, DWORD flags, DWORD bufferSize,
+                           PVOID buffer, PDWORD bufferUsed, PDWORD propertyCount) = 0;
     virtual BOOL EvtClose(EVT_HANDLE handle) = 0;
     virtual IWindowsErrorHandlingApi& GetErrorHandlingApi() = 0;
 };

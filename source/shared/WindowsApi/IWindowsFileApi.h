@@ -24,7 +24,8 @@ public:
     virtual BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD bytesToWrite, LPDWORD bytesWritten,
                            LPOVERLAPPED overlapped) = 0;
     virtual BOOL GetDiskFreeSpaceExW(LPCWSTR directory, PULARGE_INTEGER freeBytesAvailable,
-                                     PULARGE_INTEGER totalBytes, PULARGE_INTEGER totalFreeBytes) = 0;
+                                     PULARGE_INTEGER totalBytes,
+                                     PULARGE_INTEGER totalFreeBytes) = 0;
     virtual IWindowsErrorHandlingApi& GetErrorHandlingApi() = 0;
 };
 

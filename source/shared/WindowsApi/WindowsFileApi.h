@@ -7,9 +7,8 @@ namespace OrvikPkg::WindowsApi {
 class WindowsFileApi : public IWindowsFileApi {
 public:
     explicit WindowsFileApi(IWindowsErrorHandlingApi& errors) : errors_(errors) {}
-    HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD shareMode,
-                       LPSECURITY_ATTRIBUTES security, DWORD disposition,
-                       DWORD flagsAndAttributes, HANDLE templateFile) override;
+    HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD shareMode, LPSECURITY_ATTRIBUTES security,
+                       DWORD disposition, DWORD flagsAndAttributes, HANDLE templateFile) override;
     BOOL GetFileSizeEx(HANDLE file, PLARGE_INTEGER size) override;
     BOOL GetFileTime(HANDLE file, LPFILETIME creation, LPFILETIME lastAccess,
                      LPFILETIME lastWrite) override;

@@ -15,7 +15,8 @@ constexpr std::int64_t kHour = 36000000000;
 const SystemTime kNow(SystemTicks(1000 * kHour));
 
 struct FakeEvent : IWindowsEvent {
-    FakeEvent(std::int64_t ageInTicks, std::int64_t keywords, std::map<std::wstring, std::wstring> data)
+    FakeEvent(std::int64_t ageInTicks, std::int64_t keywords,
+              std::map<std::wstring, std::wstring> data)
         : created(kNow - SystemTicks(ageInTicks)), keywords(keywords), data(std::move(data)) {}
     SystemTime GetTimeCreated() const override { return created; }
     bool HasKeyword(std::int64_t keyword) const override { return (keywords & keyword) != 0; }
@@ -53,9 +54,7 @@ public:
 
 class RecentWindowsUpdatesTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        EXPECT_CALL(system, GetCurrentTime()).WillRepeatedly(Return(kNow));
-    }
+    void SetUp() override { EXPECT_CALL(system, GetCurrentTime()).WillRepeatedly(Return(kNow)); }
     std::vector<std::wstring> Read() { return RecentWindowsUpdates(system, log).Read(); }
 
     ::testing::StrictMock<orvik::testing::MockSystemInformation> system;
@@ -97,10 +96,12 @@ TEST_F(RecentWindowsUpdatesTest, OnlyTheNewestEventOfAnUpdateDecides) {
                             Update(L"{2}", L"Second"));
     log.events.emplace_back(4, 0x2000, Update(L"{2}", L"Second, older"));
     // No title: nothing is listed, yet the GUID hides its older events.
-    log.events.emplace_back(5, 0x2000, std::map<std::wstring, std::wstring>{{L"updateGuid", L"{3}"}});
+    log.events.emplace_back(5, 0x2000,
+                            std::map<std::wstring, std::wstring>{{L"updateGuid", L"{3}"}});
     log.events.emplace_back(6, 0x2000, Update(L"{3}", L"Hidden"));
     // No GUID: skipped without hiding anything.
-    log.events.emplace_back(7, 0x2000, std::map<std::wstring, std::wstring>{{L"updateTitle", L"No guid"}});
+    log.events.emplace_back(7, 0x2000,
+                            std::map<std::wstring, std::wstring>{{L"updateTitle", L"No guid"}});
     log.events.emplace_back(8, 0x2000, Update(L"{4}", L"Fourth"));
     // An empty title is still a title.
     log.events.emplace_back(9, 0x2000, Update(L"{5}", L""));

@@ -32,8 +32,8 @@ public:
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
         return E_NOTIMPL;
     }
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*,
-                                     EXCEPINFO*, UINT*) override {
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                                     UINT*) override {
         return E_NOTIMPL;
     }
     // The test's own reference.
@@ -90,9 +90,7 @@ public:
 
 class SecurityProviderLoaderTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ON_CALL(com, CoInitializeEx(nullptr, 2u)).WillByDefault(Return(S_OK));
-    }
+    void SetUp() override { ON_CALL(com, CoInitializeEx(nullptr, 2u)).WillByDefault(Return(S_OK)); }
     // Every CoCreateInstance of the product list hands out `list`.
     void Offer(HRESULT result = S_OK) {
         EXPECT_CALL(com, CoCreateInstance(_, nullptr, CLSCTX_INPROC_SERVER, _, _))

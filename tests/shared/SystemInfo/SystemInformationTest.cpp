@@ -59,11 +59,15 @@ protected:
 
 TEST_F(SystemInformationTest, OperatingSystemComesFromOneWmiQuery) {
     auto properties = std::make_unique<StrictMock<MockProperties>>();
-    EXPECT_CALL(*properties, GetString(std::wstring(L"Caption"))).WillOnce(Return(L"Windows 10 Pro"));
+    EXPECT_CALL(*properties, GetString(std::wstring(L"Caption")))
+        .WillOnce(Return(L"Windows 10 Pro"));
     EXPECT_CALL(*properties, GetString(std::wstring(L"Version"))).WillOnce(Return(L"10.0.19045"));
-    EXPECT_CALL(*properties, GetString(std::wstring(L"OSArchitecture"))).WillOnce(Return(L"64-bit"));
-    EXPECT_CALL(*properties, GetUInt32(std::wstring(L"ServicePackMajorVersion"))).WillOnce(Return(1u));
-    EXPECT_CALL(*properties, GetUInt32(std::wstring(L"ServicePackMinorVersion"))).WillOnce(Return(2u));
+    EXPECT_CALL(*properties, GetString(std::wstring(L"OSArchitecture")))
+        .WillOnce(Return(L"64-bit"));
+    EXPECT_CALL(*properties, GetUInt32(std::wstring(L"ServicePackMajorVersion")))
+        .WillOnce(Return(1u));
+    EXPECT_CALL(*properties, GetUInt32(std::wstring(L"ServicePackMinorVersion")))
+        .WillOnce(Return(2u));
     EXPECT_CALL(*properties, GetUInt32(std::wstring(L"ProductType"))).WillOnce(Return(3u));
     auto proxy = std::make_unique<StrictMock<MockProxy>>();
     EXPECT_CALL(*proxy, GetObject(std::wstring(L"Win32_OperatingSystem"),

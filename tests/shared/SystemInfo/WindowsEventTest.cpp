@@ -67,8 +67,8 @@ protected:
     }
 
     auto RenderFrom(std::vector<std::uint8_t> bytes) {
-        return [this, bytes](EVT_HANDLE, EVT_HANDLE, DWORD, DWORD size, PVOID buffer,
-                             PDWORD used, PDWORD) -> BOOL {
+        return [this, bytes](EVT_HANDLE, EVT_HANDLE, DWORD, DWORD size, PVOID buffer, PDWORD used,
+                             PDWORD) -> BOOL {
             *used = static_cast<DWORD>(bytes.size());
             if (size < bytes.size()) {
                 lastError = ERROR_INSUFFICIENT_BUFFER;
@@ -91,8 +91,7 @@ protected:
     DWORD lastError = 0;
 };
 
-void ExpectRaised(const Exception& e, std::int32_t code, const wchar_t* source,
-                  std::int32_t line) {
+void ExpectRaised(const Exception& e, std::int32_t code, const wchar_t* source, std::int32_t line) {
     EXPECT_EQ(code, e.GetErrorCode());
     EXPECT_STREQ(source, e.GetSourceFile());
     EXPECT_EQ(line, e.GetLineNumber());
@@ -233,8 +232,7 @@ TEST_F(EventLogTest, BrokenEventXmlIsRefusedAndTheHandlesClosed) {
     EXPECT_EQ(L"!parseResult", e.GetMessageArgument1());
     Serve(kEvent, SystemProperties(17, 0, 21, 0), noData);
     const Exception missing = Caught([&] { WindowsEvent event(api, kEvent); });
-    EXPECT_EQ(L"eventDataNode = doc.child(Event).child(EventData)",
-              missing.GetMessageArgument0());
+    EXPECT_EQ(L"eventDataNode = doc.child(Event).child(EventData)", missing.GetMessageArgument0());
     EXPECT_EQ(L"!eventDataNode", missing.GetMessageArgument1());
 }
 
@@ -252,8 +250,8 @@ TEST_F(EventLogTest, MissingRenderContextIsAWindowsError) {
 
 TEST_F(EventLogTest, QueryAsksForNewestFirstAndOwnsItsHandle) {
     WindowsEventLog log(api);
-    EXPECT_CALL(api, EvtQuery(nullptr, ::testing::StrEq(L"System"), ::testing::StrEq(L"<q/>"),
-                              0x201u))
+    EXPECT_CALL(api,
+                EvtQuery(nullptr, ::testing::StrEq(L"System"), ::testing::StrEq(L"<q/>"), 0x201u))
         .WillOnce(Return(kQuery));
     auto query = log.Query(L"System", L"<q/>");
     EXPECT_CALL(api, EvtClose(kQuery));
@@ -337,8 +335,8 @@ TEST_F(EventLogTest, NextRefusesFailuresAndEmptyAnswers) {
 }
 
 TEST(WindowsEventProcessingErrorTest, CatalogTextNamesTheFourParts) {
-    const WindowsEventLog::WindowsEventProcessingError e(L"op", L"cond", L"name", L"value",
-                                                         L"file", 5);
+    const WindowsEventLog::WindowsEventProcessingError e(L"op", L"cond", L"name", L"value", L"file",
+                                                         5);
     EXPECT_EQ(
         L"An error occurred processing Windows events. The operation 'op' had a failed "
         L"condition 'cond'. The value of 'name' was: value",

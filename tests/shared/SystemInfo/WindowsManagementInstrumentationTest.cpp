@@ -62,8 +62,8 @@ TEST(WindowsManagementInstrumentationTest, FailedConnectionUndoesOwnComOnly) {
     for (const HRESULT initialised : {S_OK, RPC_E_CHANGED_MODE}) {
         ::testing::StrictMock<orvik::testing::MockComApi> api;
         EXPECT_CALL(api, CoInitializeEx(nullptr, 2u)).WillOnce(::testing::Return(initialised));
-        EXPECT_CALL(api, CoCreateInstance(::testing::_, nullptr, CLSCTX_INPROC_SERVER,
-                                          ::testing::_, ::testing::_))
+        EXPECT_CALL(api, CoCreateInstance(::testing::_, nullptr, CLSCTX_INPROC_SERVER, ::testing::_,
+                                          ::testing::_))
             .WillOnce(::testing::Return(REGDB_E_CLASSNOTREG));
         EXPECT_CALL(api, CoUninitialize()).Times(initialised == S_OK ? 1 : 0);
         const orvik::pkgshared::Exception e =
