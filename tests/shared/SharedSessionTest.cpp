@@ -42,6 +42,23 @@ TEST_F(SharedSessionTest, ServicesShareTheLoadedConfiguration) {
               session.GetConfiguration().PackageManagerFile());
 }
 
+// The system information answers for real through the session's own
+// wrappers; its time is the system clock's.
+TEST_F(SharedSessionTest, OffersTheSystemInformation) {
+    SharedSession session(logger_);
+    OrvikPkg::SystemInfo::ISystemInformation& information = session.GetSystemInformation();
+    EXPECT_EQ(&information, &session.GetSystemInformation());
+    EXPECT_GT(information.GetMemory().availablePhysicalBytes, 0u);
+    EXPECT_GT(information.GetDiskSpace(L"C:\\").totalBytes, 0u);
+    EXPECT_FALSE(information.GetLocaleName(false).empty());
+    const auto now = std::chrono::time_point_cast<OrvikPkg::SystemInfo::SystemTicks>(
+        std::chrono::system_clock::now());
+    EXPECT_LE(std::chrono::abs(information.GetCurrentTime() - now), std::chrono::minutes(1));
+    // Wine has no Security Center product list: a status, not an error.
+    EXPECT_EQ(OrvikPkg::SystemInfo::SecurityProductList::kNotAvailable,
+              information.GetSecurityProvidersInformation().GetFirewallProducts().status);
+}
+
 TEST_F(SharedSessionTest, ErrorReportGoesToTheLogsDirectory) {
     SharedSession session(logger_);
     ReportException(L"PreInstall::ReportError", Exception(-126316, L"source\\x", 1), L"", session);
