@@ -11,8 +11,11 @@ TOOLCHAIN_X64 := cmake/toolchain-x86_64-w64-mingw32.cmake
 # The 64-bit tools (the packing tool) are built in their own tree and put
 # beside the product in $(BUILD_DIR)/bin.
 TOOLS_DIR := $(BUILD_DIR)/x64
+# The native (Linux, clang) build of the portable code: sanitizers and fuzzing.
+NATIVE_DIR := $(BUILD_DIR)/native
+FUZZ_SECONDS ?= 60
 
-.PHONY: all setup deps configure build test demo clean
+.PHONY: all setup deps configure build test native-configure native-test fuzz demo clean
 
 all: build
 
@@ -43,8 +46,23 @@ build: configure
 	cmake --build $(TOOLS_DIR)
 	cmake --build $(BUILD_DIR)
 
-test: build
+test: build native-test
 	bash tools/test/run-tests.sh $(BUILD_DIR) $(CTEST_ARGS)
+
+# The portable code's unit tests built natively under AddressSanitizer and
+# UndefinedBehaviorSanitizer, with the libFuzzer targets beside them.
+native-configure: setup
+	cmake -S tests/native -B $(NATIVE_DIR) -G Ninja \
+	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DORVIK_FUZZ=ON
+
+native-test: native-configure
+	cmake --build $(NATIVE_DIR)
+	cd $(NATIVE_DIR) && ctest -j2 --output-on-failure
+
+# Runs every fuzz target for FUZZ_SECONDS seconds from its seed corpus.
+fuzz: native-configure
+	cmake --build $(NATIVE_DIR)
+	bash tools/test/run-fuzzers.sh $(NATIVE_DIR) $(FUZZ_SECONDS)
 
 # Builds a sample installer and runs it twice under Wine, showing each
 # child's command line, the exit code and the run's log.

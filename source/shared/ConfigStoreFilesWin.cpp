@@ -1,11 +1,10 @@
-// The configuration store's file side: loading, direct and safe saving.
+// The configuration store's safe save on Windows.
 #include <windows.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <memory>
 
 #include "shared/ConfigStore.h"
+#include "shared/ConfigStoreFiles.h"
 #include "shared/ConfigStoreNames.h"
 #include "shared/utils/UniqueFile.h"
 #include "shared/utils/WinResources.h"
@@ -14,10 +13,6 @@ namespace orvik::pkgshared {
 namespace {
 
 constexpr int kMaxNumberedTemporary = 999;
-
-int NegativeErrno(int fallback) {
-    return errno != 0 ? -errno : fallback;
-}
 
 bool Exists(const std::wstring& path) {
     return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
@@ -56,54 +51,7 @@ int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
     return ConfigStore::kNoTemporaryName;
 }
 
-// Writes every line with CRLF to `path`, truncating it first.
-int WriteStoreFile(const ConfigStore& store, const std::wstring& path) {
-    errno = 0;
-    UniqueFile file = OpenFile(path, "wb");
-    if (!file) {
-        return ConfigStore::kCannotOpenOutput;
-    }
-    const int written = store.WriteTo([&file](const std::string& line) {
-        const std::string withEnd = line + "\r\n";
-        errno = 0;
-        if (std::fwrite(withEnd.data(), 1, withEnd.size(), file.get()) != withEnd.size()) {
-            return NegativeErrno(-EIO);
-        }
-        return 0;
-    });
-    errno = 0;
-    const int closed = std::fclose(file.release());
-    if (written != 0) {
-        return written;
-    }
-    return closed == 0 ? ConfigStore::kOk : NegativeErrno(-EIO);
-}
-
 }  // namespace
-
-int ConfigStore::LoadFile(const std::wstring& path) {
-    sections_.clear();
-    errno = 0;
-    const UniqueFile file = OpenFile(path, "rb");
-    if (!file) {
-        return NegativeErrno(-EIO);
-    }
-    std::string text;
-    char buffer[4096];
-    size_t read = 0;
-    while ((read = std::fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
-        text.append(buffer, read);
-    }
-    if (std::ferror(file.get())) {
-        return -EIO;
-    }
-    LoadText(text);
-    return kOk;
-}
-
-int ConfigStore::SaveDirect(const std::wstring& path) const {
-    return WriteStoreFile(*this, path);
-}
 
 int ConfigStore::SaveSafe(const std::wstring& path) const {
     if (!ProbeTarget(path)) {

@@ -33,10 +33,23 @@ void EnsureDirectory(const boost::filesystem::path& directory) {
 
 UniqueFile OpenForAppendShared(const boost::filesystem::path& file) {
 #ifdef _WIN32
-    return UniqueFile(_wfsopen(file.c_str(), L"a", _SH_DENYNO));
+    return UniqueFile(_wfsopen(file.c_str(), L"ab", _SH_DENYNO));
 #else
-    return OpenFile(file.wstring(), "a");
+    return OpenFile(file.wstring(), "ab");
 #endif
+}
+
+// Every line end of the file is CRLF, whatever the platform.
+std::string WithCrLf(const std::string& text) {
+    std::string result;
+    result.reserve(text.size() + text.size() / 16);
+    for (const char c : text) {
+        if (c == '\n') {
+            result += '\r';
+        }
+        result += c;
+    }
+    return result;
 }
 
 }  // namespace
@@ -87,7 +100,7 @@ void ReportException(const std::wstring& where, const Exception& exception,
         return;
     }
     const std::string bytes =
-        WideToUtf8(BuildExceptionReport(where, exception, extraText, LocalTimestamp()));
+        WithCrLf(WideToUtf8(BuildExceptionReport(where, exception, extraText, LocalTimestamp())));
     std::fwrite(bytes.data(), 1, bytes.size(), file.get());
 }
 

@@ -44,6 +44,7 @@ TEST(ErrorMessageTest, UsesTheChosenLanguageAndFallsBackToTheNumber) {
     EXPECT_EQ(L"Error: -125007", FormatErrorMessage(-125007, 1033, L"a"));
 }
 
+#ifdef _WIN32
 TEST(SystemErrorMessageTest, KnownAndUnknownErrors) {
     const std::wstring known = GetSystemErrorMessage(5);
     EXPECT_FALSE(known.empty());
@@ -52,6 +53,7 @@ TEST(SystemErrorMessageTest, KnownAndUnknownErrors) {
     EXPECT_EQ(0u, unknown.find(L"Format message failed with code ")) << unknown;
     EXPECT_GT(unknown.size(), std::wstring(L"Format message failed with code ").size());
 }
+#endif
 
 }  // namespace
 }  // namespace orvik::pkgshared

@@ -43,7 +43,7 @@ inline bool WriteArchive(const boost::filesystem::path& file, Format format, Fil
     } else if (filter == Filter::Zstd) {
         archive_write_add_filter_zstd(a);
     }
-    bool ok = archive_write_open_filename_w(a, file.c_str()) == ARCHIVE_OK;
+    bool ok = archive_write_open_filename_w(a, file.wstring().c_str()) == ARCHIVE_OK;
     for (const ArchiveItem& item : items) {
         if (!ok) {
             break;

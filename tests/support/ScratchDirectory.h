@@ -9,6 +9,7 @@
 #include <boost/filesystem.hpp>
 
 #include "shared/utils/FileBytes.h"
+#include "shared/utils/UniqueFile.h"
 
 namespace orvik::testing {
 
@@ -52,10 +53,9 @@ inline std::string ReadBytes(const boost::filesystem::path& file) {
 }
 
 inline void WriteBytes(const boost::filesystem::path& file, const std::string& bytes) {
-    std::FILE* out = _wfopen(file.c_str(), L"wb");
+    const pkgshared::UniqueFile out = pkgshared::OpenFile(file.wstring(), "wb");
     ASSERT_NE(nullptr, out) << file.string();
-    std::fwrite(bytes.data(), 1, bytes.size(), out);
-    std::fclose(out);
+    std::fwrite(bytes.data(), 1, bytes.size(), out.get());
 }
 
 }  // namespace orvik::testing

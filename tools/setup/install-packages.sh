@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need: both mingw-w64
 # toolchains, CMake and Ninja, 32-bit Wine, an X virtual display and the tools
-# to drive it. Idempotent: when every package is present it does nothing.
+# to drive it, the native toolchain and libraries of the sanitizer build, and
+# the code-signing tool. Idempotent: when every package is present it does nothing.
 #
 # The plain way is tried first. When it fails (seen once: the security suite's
 # i386 index was mid-sync, which left wine32:i386 uninstallable), apt is run
@@ -12,6 +13,12 @@ packages=(
   g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix mingw-w64-tools
   libz-mingw-w64-dev cmake ninja-build googletest dpkg-dev patch python3
   wine wine64 wine32:i386 xvfb xauth xdotool
+  # The native build of the portable code, its sanitizers and fuzzers.
+  clang libclang-rt-14-dev libgtest-dev libgmock-dev libarchive-dev libpugixml-dev
+  libboost1.81-dev libboost-filesystem1.81-dev libboost-system1.81-dev
+  libboost-date-time1.81-dev
+  # Signing a packed installer.
+  osslsigncode
 )
 
 missing() {

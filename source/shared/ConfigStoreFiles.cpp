@@ -1,0 +1,62 @@
+// The configuration store's file side that needs nothing of the platform:
+// loading, and writing every line to a file.
+#include "shared/ConfigStoreFiles.h"
+
+#include <cerrno>
+#include <cstdio>
+
+#include "shared/utils/UniqueFile.h"
+
+namespace orvik::pkgshared {
+
+int NegativeErrno(int fallback) {
+    return errno != 0 ? -errno : fallback;
+}
+
+int WriteStoreFile(const ConfigStore& store, const std::wstring& path) {
+    errno = 0;
+    UniqueFile file = OpenFile(path, "wb");
+    if (!file) {
+        return ConfigStore::kCannotOpenOutput;
+    }
+    const int written = store.WriteTo([&file](const std::string& line) {
+        const std::string withEnd = line + "\r\n";
+        errno = 0;
+        if (std::fwrite(withEnd.data(), 1, withEnd.size(), file.get()) != withEnd.size()) {
+            return NegativeErrno(-EIO);
+        }
+        return 0;
+    });
+    errno = 0;
+    const int closed = std::fclose(file.release());
+    if (written != 0) {
+        return written;
+    }
+    return closed == 0 ? ConfigStore::kOk : NegativeErrno(-EIO);
+}
+
+int ConfigStore::LoadFile(const std::wstring& path) {
+    sections_.clear();
+    errno = 0;
+    const UniqueFile file = OpenFile(path, "rb");
+    if (!file) {
+        return NegativeErrno(-EIO);
+    }
+    std::string text;
+    char buffer[4096];
+    size_t read = 0;
+    while ((read = std::fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
+        text.append(buffer, read);
+    }
+    if (std::ferror(file.get())) {
+        return -EIO;
+    }
+    LoadText(text);
+    return kOk;
+}
+
+int ConfigStore::SaveDirect(const std::wstring& path) const {
+    return WriteStoreFile(*this, path);
+}
+
+}  // namespace orvik::pkgshared
