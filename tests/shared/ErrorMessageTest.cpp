@@ -37,6 +37,17 @@ TEST(ErrorMessageTest, MalformedTextsYieldEmpty) {
     EXPECT_EQ(L"100%", FormatMessageText(L"100%%", L"", L"", L"", L""));
 }
 
+// Found by fuzzing: a directive number too large for the formatter overflowed
+// while it was read, and a huge width would pad to gigabytes.
+TEST(ErrorMessageTest, OversizedDirectiveNumbersAreMalformed) {
+    EXPECT_EQ(L"", FormatMessageText(L"%2222222222222222222222222 %%", L"a", L"", L"", L""));
+    EXPECT_EQ(L"", FormatMessageText(L"%|-999999999|", L"a", L"", L"", L""));
+    EXPECT_EQ(L"", FormatMessageText(L"%12345%", L"a", L"", L"", L""));
+    // Four digits are still a width; numbers in the text itself are text.
+    EXPECT_EQ(L"a" + std::wstring(1000, L' '), FormatMessageText(L"%|-1001|", L"a", L"", L"", L""));
+    EXPECT_EQ(L"12345678901 a", FormatMessageText(L"12345678901 %1%", L"a", L"", L"", L""));
+}
+
 TEST(ErrorMessageTest, UsesTheChosenLanguageAndFallsBackToTheNumber) {
     const std::wstring german = FormatErrorMessage(-126318, 1031, L"/q");
     EXPECT_NE(FormatErrorMessage(-126318, 1033, L"/q"), german);
