@@ -1,12 +1,11 @@
 #include "preinstall/MainWindow.h"
 
-#include <commctrl.h>
 #include <process.h>
-#include <uxtheme.h>
 
 #include <atomic>
 #include <cerrno>
 
+#include "preinstall/DelayLoadedControls.h"
 #include "preinstall/StringIds.h"
 #include "shared/Raise.h"
 

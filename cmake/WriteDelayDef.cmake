@@ -1,0 +1,18 @@
+cmake_minimum_required(VERSION 3.25)
+# Writes DEF, the module definition of DLL, from the functions the import
+# library IMPORT offers (its symbols named PREFIX<function>).
+execute_process(COMMAND ${NM} ${IMPORT} OUTPUT_VARIABLE symbols RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "${NM} ${IMPORT} failed")
+endif()
+string(REGEX MATCHALL " I ${PREFIX}[^\n]+" imports "${symbols}")
+set(text "LIBRARY ${DLL}\nEXPORTS\n")
+set(seen "")
+foreach(line IN LISTS imports)
+  string(REPLACE " I ${PREFIX}" "" function "${line}")
+  if(NOT function IN_LIST seen)
+    list(APPEND seen "${function}")
+    string(APPEND text "  ${function}\n")
+  endif()
+endforeach()
+file(WRITE ${DEF} "${text}")
