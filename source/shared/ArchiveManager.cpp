@@ -193,24 +193,26 @@ ArchiveReader ArchiveManager::GetSourceArchiveForUnarchive(const std::wstring& s
     return reader;
 }
 
-std::vector<std::wstring> ArchiveManager::ReadEntryNames(const std::wstring& sourceFile,
-                                                         ArchiveType archiveType,
-                                                         CompressionType compressionType) {
+std::vector<ArchiveEntryInfo> ArchiveManager::ReadEntries(const std::wstring& sourceFile,
+                                                          ArchiveType archiveType,
+                                                          CompressionType compressionType) {
     std::lock_guard<std::mutex> lock(UnpackMutex());
     const ArchiveReader reader =
         GetSourceArchiveForUnarchive(sourceFile, archiveType, compressionType);
-    std::vector<std::wstring> names;
+    std::vector<ArchiveEntryInfo> entries;
     for (;;) {
         archive_entry* entry = nullptr;
         const int result = archive_read_next_header(reader.get(), &entry);
         if (result == ARCHIVE_EOF) {
-            return names;
+            return entries;
         }
         if (result != ARCHIVE_OK) {
             ORVIK_THROW(InvalidArchiveException, LibraryErrorText(reader.get()));
         }
-        const wchar_t* name = archive_entry_pathname_w(entry);
-        names.push_back(name != nullptr ? name : L"");
+        auto text = [](const wchar_t* value) { return value != nullptr ? value : L""; };
+        entries.push_back({text(archive_entry_pathname_w(entry)),
+                           text(archive_entry_symlink_w(entry)),
+                           text(archive_entry_hardlink_w(entry))});
         for (;;) {
             const void* block = nullptr;
             size_t size = 0;

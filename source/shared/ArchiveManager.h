@@ -18,6 +18,13 @@ enum ArchiveType : std::uint32_t {
     kArchiveTar = 2,
 };
 
+// One entry as an archive stores it.
+struct ArchiveEntryInfo {
+    std::wstring name;
+    std::wstring symlinkTarget;   // empty unless a symbolic link
+    std::wstring hardlinkTarget;  // empty unless a hard link (an entry name)
+};
+
 enum CompressionType : std::uint32_t {
     kCompressionNone = 0,
     kCompressionGzip = 1,
@@ -56,11 +63,11 @@ public:
                           bool readOnly, bool throttle);
 
     // Reads every header and every data block of `sourceFile` to its end
-    // without writing anything; returns the entry names as stored. Throws as
+    // without writing anything; returns the entries as stored. Throws as
     // Unarchive does, so an archive that passes unpacks without a read error.
-    static std::vector<std::wstring> ReadEntryNames(const std::wstring& sourceFile,
-                                                    ArchiveType archiveType,
-                                                    CompressionType compressionType);
+    static std::vector<ArchiveEntryInfo> ReadEntries(const std::wstring& sourceFile,
+                                                     ArchiveType archiveType,
+                                                     CompressionType compressionType);
 
     // An opened reader of `sourceFile` with exactly one format (and the
     // "empty" format) and at most one filter enabled. A source that opens but

@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
     }
     NoProgress progress;
     try {
-        (void)ArchiveManager::ReadEntryNames(source.wstring(), archiveType, compression);
+        (void)ArchiveManager::ReadEntries(source.wstring(), archiveType, compression);
         ArchiveManager::Unarchive(&progress, source.wstring(), (Scratch() / "out").wstring(), {},
                                   archiveType, compression, (choice & 0x80) != 0);
     } catch (const Exception&) {

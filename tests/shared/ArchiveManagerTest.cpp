@@ -301,15 +301,31 @@ TEST_F(ArchiveManagerTest, ReadingEveryBlockFindsDamageInTheData) {
     const fs::path whole =
         Make(L"whole.tar.gz", Format::Tar, Filter::Gzip,
              {{"./Install.exe", RandomBytes(300000, 7), 0755}, {"b", "b", 0644}});
-    EXPECT_EQ((std::vector<std::wstring>{L"./Install.exe", L"b"}),
-              ArchiveManager::ReadEntryNames(whole.wstring(), kArchiveTar, kCompressionGzip));
+    const auto entries =
+        ArchiveManager::ReadEntries(whole.wstring(), kArchiveTar, kCompressionGzip);
+    ASSERT_EQ(2u, entries.size());
+    EXPECT_EQ(L"./Install.exe", entries[0].name);
+    EXPECT_EQ(L"b", entries[1].name);
     EXPECT_FALSE(fs::exists(destination_));
     const std::string bytes = ReadBytes(whole);
     const fs::path cut = scratch_ / L"cut.tar.gz";
     orvik::testing::WriteBytes(cut, bytes.substr(0, bytes.size() * 2 / 3));
     EXPECT_EQ(-125213, CodeOf([&] {
-        ArchiveManager::ReadEntryNames(cut.wstring(), kArchiveTar, kCompressionGzip);
+        ArchiveManager::ReadEntries(cut.wstring(), kArchiveTar, kCompressionGzip);
     }));
+}
+
+TEST_F(ArchiveManagerTest, EntriesCarryTheirLinkTargets) {
+    const fs::path archive =
+        Make(L"links.tar", Format::Tar, Filter::None,
+             {{"a", "a", 0644}, {"s", "", 0777, "../outside"}, {"h", "", 0644, "", "a"}});
+    const auto entries =
+        ArchiveManager::ReadEntries(archive.wstring(), kArchiveTar, kCompressionNone);
+    ASSERT_EQ(3u, entries.size());
+    EXPECT_EQ(L"", entries[0].symlinkTarget);
+    EXPECT_EQ(L"../outside", entries[1].symlinkTarget);
+    EXPECT_EQ(L"", entries[1].hardlinkTarget);
+    EXPECT_EQ(L"a", entries[2].hardlinkTarget);
 }
 
 // The test run mounts a small file system and names it in ORVIK_TINY_FS.

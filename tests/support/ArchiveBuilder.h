@@ -6,6 +6,7 @@
 #include <archive_entry.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/filesystem/path.hpp>
@@ -15,9 +16,18 @@
 namespace orvik::testing {
 
 struct ArchiveItem {
+    ArchiveItem(std::string name, std::string data, int mode = 0644, std::string symlink = {},
+                std::string hardlink = {})
+        : name(std::move(name)),
+          data(std::move(data)),
+          mode(mode),
+          symlink(std::move(symlink)),
+          hardlink(std::move(hardlink)) {}
     std::string name;  // UTF-8; ends with '/' for a directory
     std::string data;
-    int mode = 0644;
+    int mode;
+    std::string symlink;   // UTF-8; makes the entry a symbolic link to it
+    std::string hardlink;  // UTF-8; makes the entry a hard link to that entry
 };
 
 enum class Format { Tar, Ar, Raw };
@@ -52,7 +62,15 @@ inline bool WriteArchive(const boost::filesystem::path& file, Format format, Fil
         // The wide form: on Windows the C runtime has no UTF-8 locale.
         archive_entry_copy_pathname_w(entry, pkgshared::Utf8ToWide(item.name).c_str());
         const bool directory = !item.name.empty() && item.name.back() == '/';
-        archive_entry_set_filetype(entry, directory ? AE_IFDIR : AE_IFREG);
+        archive_entry_set_filetype(entry, directory               ? AE_IFDIR
+                                          : !item.symlink.empty() ? AE_IFLNK
+                                                                  : AE_IFREG);
+        if (!item.symlink.empty()) {
+            archive_entry_copy_symlink_w(entry, pkgshared::Utf8ToWide(item.symlink).c_str());
+        }
+        if (!item.hardlink.empty()) {
+            archive_entry_copy_hardlink_w(entry, pkgshared::Utf8ToWide(item.hardlink).c_str());
+        }
         archive_entry_set_perm(entry, directory ? 0755 : item.mode);
         archive_entry_set_size(entry, directory ? 0 : static_cast<la_int64_t>(item.data.size()));
         archive_entry_set_mtime(entry, 1700000000, 0);

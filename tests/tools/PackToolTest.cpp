@@ -123,6 +123,33 @@ TEST_F(PackToolTest, DamagedPayloadsAreRefusedUnlessForced) {
     EXPECT_EQ(-125213, Probe(output, scratch_ / L"run").exitCode);
 }
 
+TEST_F(PackToolTest, EntriesOutsideTheExtractionFolderAreRefusedUnlessForced) {
+    const fs::path payload = scratch_ / L"escaping.tar.gz";
+    ASSERT_TRUE(orvik::testing::WriteArchive(payload, orvik::testing::Format::Tar,
+                                             orvik::testing::Filter::Gzip,
+                                             {{"Install.exe", "MZ", 0755},
+                                              {"../evil.dll", "x", 0644},
+                                              {"bin/link", "", 0777, "../../outside"}}));
+    const fs::path output = scratch_ / L"out.exe";
+    const auto refused = Pack(L"--template " + Template() + L" --output " + Quoted(output) +
+                              L" --payload " + Quoted(payload));
+    EXPECT_EQ(1, refused.exitCode) << refused.output;
+    EXPECT_NE(std::string::npos,
+              refused.output.find("error: payload entry outside the extraction folder: "
+                                  "../evil.dll"))
+        << refused.output;
+    EXPECT_NE(std::string::npos, refused.output.find("bin/link: a link that points out"))
+        << refused.output;
+    EXPECT_FALSE(fs::exists(output));
+
+    const auto forced = Pack(L"--template " + Template() + L" --output " + Quoted(output) +
+                             L" --payload " + Quoted(payload) + L" --force");
+    EXPECT_EQ(0, forced.exitCode) << forced.output;
+    EXPECT_NE(std::string::npos, forced.output.find("warning: payload entry outside"))
+        << forced.output;
+    EXPECT_TRUE(fs::exists(output));
+}
+
 TEST_F(PackToolTest, PayloadWithoutInstallerOnlyWarns) {
     const fs::path folder = scratch_ / L"no-installer";
     fs::create_directories(folder / L"bin");

@@ -11,6 +11,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "EntryPathCheck.h"
 #include "PackOptions.h"
 #include "PayloadArchiver.h"
 #include "ResourceWriter.h"
@@ -57,18 +58,32 @@ bool IsRootInstaller(std::wstring name) {
     return orvik::pkgshared::ToLowerAscii(name) == L"install.exe";
 }
 
+// Entries that would land outside the extraction folder are refused, unless
+// `force`; every one is named.
+bool CheckEntryPaths(const std::vector<orvik::pkgshared::ArchiveEntryInfo>& entries, bool force) {
+    bool escapes = false;
+    for (const auto& entry : entries) {
+        if (const auto reason = EscapeReason(entry)) {
+            escapes = true;
+            Print(stderr, std::wstring(L"orvikpkg-pack: ") + (force ? L"warning: " : L"error: ") +
+                              L"payload entry outside the extraction folder: " + *reason + L"\n");
+        }
+    }
+    return !escapes || force;
+}
+
 bool CheckPayload(const std::wstring& payload, bool force) {
     try {
-        const auto names = orvik::pkgshared::ArchiveManager::ReadEntryNames(
+        const auto entries = orvik::pkgshared::ArchiveManager::ReadEntries(
             payload, orvik::pkgshared::kArchiveTar, orvik::pkgshared::kCompressionGzip);
         bool installer = false;
-        for (const std::wstring& name : names) {
-            installer = installer || IsRootInstaller(name);
+        for (const auto& entry : entries) {
+            installer = installer || IsRootInstaller(entry.name);
         }
         if (!installer) {
             Print(stderr, L"orvikpkg-pack: warning: the payload has no Install.exe at its root\n");
         }
-        return true;
+        return CheckEntryPaths(entries, force);
     } catch (const Exception& e) {
         return Refused(L"the payload", e, force);
     }

@@ -9,7 +9,9 @@ std::wstring UsageText() {
            L"Copies TEMPLATE.exe to OUT.exe with the payload (a folder archived as a\n"
            L"gzip-compressed tar, or a ready archive) and the online-install description\n"
            L"as its resources ORVIKPKG_PAYLOAD and ORVIKPKG_ONLINE_INSTALL. Both are\n"
-           L"checked as the bootstrapper will read them; --force embeds them anyway.\n";
+           L"checked as the bootstrapper will read them, and payload entries that would\n"
+           L"land outside the extraction folder (absolute names, \"..\", links pointing\n"
+           L"out) are refused; --force embeds them anyway. Sign OUT.exe after packing.\n";
 }
 
 std::optional<PackOptions> ParsePackOptions(const std::vector<std::wstring>& arguments,
