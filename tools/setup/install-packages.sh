@@ -17,8 +17,8 @@ packages=(
   clang libclang-rt-14-dev libgtest-dev libgmock-dev libarchive-dev libpugixml-dev
   libboost1.81-dev libboost-filesystem1.81-dev libboost-system1.81-dev
   libboost-date-time1.81-dev
-  # Signing a packed installer.
-  osslsigncode
+  # Signing a packed installer, with a throwaway certificate in the tests.
+  osslsigncode openssl
 )
 
 missing() {
