@@ -30,5 +30,6 @@ set(ORVIK_PREINSTALL_PORTABLE_SOURCES
   preinstall/PackageManagerCommandLine.cpp
   preinstall/PreInstall.cpp
   preinstall/RebootSystem.cpp
-  preinstall/PreInstallOptionObsolete.cpp)
+  preinstall/PreInstallOptionObsolete.cpp
+  preinstall/WorkingDirectorySecurity.cpp)
 

@@ -8,6 +8,7 @@
 #include "preinstall/PreInstallPayload.h"
 #include "preinstall/RebootApiWin.h"
 #include "preinstall/StringIds.h"
+#include "preinstall/WorkingDirectorySecurity.h"
 #include "shared/ExceptionFamily.h"
 #include "shared/PathGuide.h"
 #include "shared/Raise.h"
@@ -105,6 +106,7 @@ std::wstring PreInstallPlatformWin::CreateWorkingDirectory() {
     const orvik::pkgshared::DirectoryPath directory(
         session_.GetPathGuide().GetUniqueTempPath(L"orvikpkg_preinstall"));
     directory.Create();
+    RestrictWorkingDirectory(directory.ToString());
     return directory.ToString();
 }
 

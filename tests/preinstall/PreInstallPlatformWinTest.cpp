@@ -2,12 +2,18 @@
 
 #include <windows.h>
 
+#include <aclapi.h>
+#include <sddl.h>
+
 #include <algorithm>
 
 #include "preinstall/PreInstallPlatformWin.h"
+#include "preinstall/WorkingDirectorySecurity.h"
 #include "shared/Exception.h"
+#include "shared/utils/WinResources.h"
 #include "support/FakeSession.h"
 #include "support/RegistryFixture.h"
+#include "support/ScratchDirectory.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
@@ -83,6 +89,72 @@ TEST_F(PreInstallPlatformWinTest, WaitForProcessRefusesAMissingFile) {
     EXPECT_NE(messages.end(), std::find(messages.begin(), messages.end(),
                                         L"Error: WaitForProcess ShellExecuteExW "
                                         L"kOrvikPkgResult_ProblemWhenLaunchingRequiredFile"));
+}
+
+// The ACL the run puts on its working directory. Wine accepts it but keeps
+// only what Unix permissions can hold, so the ACL is checked where it is
+// handed to the system: entry by entry, by what each grants.
+TEST(WorkingDirectorySecurityTest, OnlyAdministratorsAndSystemMayWrite) {
+    const orvik::testing::ScratchDirectory scratch;
+    const std::wstring directory = scratch.Path().wstring();
+    std::vector<std::pair<std::wstring, ACCESS_MASK>> entries;
+    std::wstring target;
+    RestrictWorkingDirectory(directory, [&](const std::wstring& path, void* acl) {
+        target = path;
+        ACL_SIZE_INFORMATION size{};
+        ::GetAclInformation(static_cast<PACL>(acl), &size, sizeof(size), AclSizeInformation);
+        for (DWORD i = 0; i < size.AceCount; ++i) {
+            ACCESS_ALLOWED_ACE* ace = nullptr;
+            ::GetAce(static_cast<PACL>(acl), i, reinterpret_cast<void**>(&ace));
+            EXPECT_EQ(ACCESS_ALLOWED_ACE_TYPE, ace->Header.AceType);
+            EXPECT_EQ(OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE, ace->Header.AceFlags);
+            LPWSTR sid = nullptr;
+            ::ConvertSidToStringSidW(reinterpret_cast<PSID>(&ace->SidStart), &sid);
+            entries.emplace_back(sid, ace->Mask);
+            ::LocalFree(sid);
+        }
+        return 0ul;
+    });
+    EXPECT_EQ(directory, target);
+    ASSERT_EQ(4u, entries.size());
+    EXPECT_EQ(L"S-1-5-18", entries[0].first);            // SYSTEM
+    EXPECT_EQ(L"S-1-5-32-544", entries[1].first);        // Administrators
+    EXPECT_EQ(L"S-1-3-4", entries[3].first);             // the owner's implicit rights
+    EXPECT_EQ(0u, entries[2].first.find(L"S-1-5-21-"));  // the user
+    constexpr ACCESS_MASK kWriting = FILE_WRITE_DATA | FILE_APPEND_DATA | FILE_WRITE_EA |
+                                     FILE_WRITE_ATTRIBUTES | FILE_DELETE_CHILD | DELETE |
+                                     WRITE_DAC | WRITE_OWNER;
+    for (size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(static_cast<ACCESS_MASK>(FILE_ALL_ACCESS), entries[i].second) << i;
+    }
+    for (size_t i = 2; i < 4; ++i) {
+        EXPECT_EQ(0u, entries[i].second & kWriting) << i;
+        EXPECT_EQ(static_cast<ACCESS_MASK>(FILE_GENERIC_READ | FILE_GENERIC_EXECUTE),
+                  entries[i].second)
+            << i;
+    }
+}
+
+TEST(WorkingDirectorySecurityTest, RefusalIsTheDirectoryError) {
+    const orvik::testing::ScratchDirectory scratch;
+    try {
+        RestrictWorkingDirectory(scratch.Path().wstring(),
+                                 [](const std::wstring&, void*) { return 5ul; });
+        FAIL() << "nothing was thrown";
+    } catch (const orvik::pkgshared::Exception& e) {
+        EXPECT_EQ(-125098, e.GetErrorCode());
+        EXPECT_EQ(L"5", e.GetMessageArgument0());
+        EXPECT_EQ(scratch.Path().wstring(), e.GetMessageArgument1());
+    }
+}
+
+// The run's own directory goes through the same step and still works.
+TEST_F(PreInstallPlatformWinTest, WorkingDirectoryIsCreatedRestrictedAndRemoved) {
+    const std::wstring directory = platform_.CreateWorkingDirectory();
+    EXPECT_NE(INVALID_FILE_ATTRIBUTES, ::GetFileAttributesW(directory.c_str()));
+    orvik::testing::WriteBytes(directory + L"\\payload.tar.gz", "x");
+    platform_.DeleteWorkingDirectory(directory);
+    EXPECT_EQ(INVALID_FILE_ATTRIBUTES, ::GetFileAttributesW(directory.c_str()));
 }
 
 }  // namespace
