@@ -31,5 +31,6 @@ set(ORVIK_PREINSTALL_PORTABLE_SOURCES
   preinstall/PreInstall.cpp
   preinstall/RebootSystem.cpp
   preinstall/PreInstallOptionObsolete.cpp
+  preinstall/ProgramImage.cpp
   preinstall/WorkingDirectorySecurity.cpp)
 

@@ -6,6 +6,7 @@
 
 #include "preinstall/NamedDataResource.h"
 #include "preinstall/PreInstallPayload.h"
+#include "preinstall/ProgramImage.h"
 #include "preinstall/RebootApiWin.h"
 #include "preinstall/StringIds.h"
 #include "preinstall/WorkingDirectorySecurity.h"
@@ -27,6 +28,14 @@ using orvik::pkgshared::Exception;
 
 constexpr std::int32_t kUserCancelled = -125029;
 constexpr std::int32_t kCannotLaunch = -126304;
+
+// Programs (".exe") must be program images; other files go to the shell,
+// which opens them with their application.
+bool IsLaunchable(const std::wstring& file) {
+    const std::wstring lower = orvik::pkgshared::ToLowerAscii(file);
+    return lower.size() < 4 || lower.compare(lower.size() - 4, 4, L".exe") != 0 ||
+           IsProgramImage(file);
+}
 constexpr UINT kShowProgressMessage = WM_USER + 1;
 constexpr UINT kFinishProgressMessage = WM_USER + 2;
 constexpr wchar_t kInstalledKey[] = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
@@ -205,9 +214,14 @@ std::int32_t PreInstallPlatformWin::WaitForProcess(const std::wstring& file,
     info.lpParameters = parameters.c_str();
     info.lpDirectory = directory.c_str();
     info.nShow = SW_SHOW;
-    // A missing file fails here, before the shell could show a dialog of its
-    // own that would stop an unattended run.
+    // A missing file, or a program file that is no program (damaged in
+    // transit), fails here, before the shell could show a dialog of its own
+    // that would stop an unattended run.
     const bool present = ::GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
+    if (present && !IsLaunchable(file)) {
+        Log(L"Error: WaitForProcess: not a program image: " + file);
+        ORVIK_THROW(Exception, kCannotLaunch, file);
+    }
     if (!present || !::ShellExecuteExW(&info)) {
         if (::GetLastError() == ERROR_CANCELLED) {
             ORVIK_THROW(Exception, kUserCancelled);

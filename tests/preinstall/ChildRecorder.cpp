@@ -2,7 +2,7 @@
 // Appends one UTF-8 line "<name>|<current directory>|<command line>" to the
 // file named by ORVIK_RECORD_FILE, then exits with the next code of the
 // comma-separated list in ORVIK_EXIT_CODES (0 when none is left; the list is
-// shared through the file ORVIK_RECORD_FILE.codes).
+// shared through the file ORVIK_RECORD_FILE.codes; "crash" crashes).
 #include <windows.h>
 
 #include <cstdio>
@@ -19,7 +19,8 @@ std::wstring Environment(const wchar_t* name) {
     return length > 0 && length < 4096 ? std::wstring(buffer, length) : std::wstring();
 }
 
-// Takes the first code off the list kept in `file`.
+// Takes the first code off the list kept in `file`. The word "crash"
+// instead of a code makes the child die of an unhandled access violation.
 int NextExitCode(const std::wstring& file) {
     std::string codes;
     orvik::pkgshared::ReadFileBytes(file, codes);
@@ -27,11 +28,15 @@ int NextExitCode(const std::wstring& file) {
         return 0;
     }
     const size_t comma = codes.find(',');
-    const int code = std::atoi(codes.substr(0, comma).c_str());
+    const std::string next = codes.substr(0, comma);
+    const int code = std::atoi(next.c_str());
     const std::string rest = comma == std::string::npos ? "" : codes.substr(comma + 1);
     if (std::FILE* out = _wfopen(file.c_str(), L"wb")) {
         std::fwrite(rest.data(), 1, rest.size(), out);
         std::fclose(out);
+    }
+    if (next == "crash") {
+        ::RaiseException(EXCEPTION_ACCESS_VIOLATION, EXCEPTION_NONCONTINUABLE, 0, nullptr);
     }
     return code;
 }

@@ -349,8 +349,10 @@ TEST_F(ArchiveManagerTest, FullDiskIsReportedAsSuch) {
         ArchiveManager::Unarchive(&callback_, archive.wstring(), destination.wstring(), {},
                                   kArchiveTar, kCompressionNone, false);
     }));
-    boost::system::error_code ignored;
-    fs::remove_all(destination, ignored);
+    // Nothing of the failed entry stays open: what was written can go.
+    boost::system::error_code error;
+    fs::remove_all(destination, error);
+    EXPECT_FALSE(error) << error.message();
 }
 
 }  // namespace

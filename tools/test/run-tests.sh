@@ -39,5 +39,16 @@ elif mountpoint -q "$tiny"; then
   export ORVIK_TINY_FS=$tiny
 fi
 
+# A read-only file system for the unwritable-temporary-folder test: as root,
+# Wine's file permissions would not stop a write.
+rofs=$build/readonlyfs
+mkdir -p "$rofs"
+if [ "$(id -u)" -eq 0 ] && ! mountpoint -q "$rofs" && mount -t tmpfs -o size=64k,ro tmpfs "$rofs" 2>/dev/null; then
+  export ORVIK_READONLY_FS=$rofs
+  trap 'umount "$tiny" "$rofs" 2>/dev/null || true; wineserver -k >/dev/null 2>&1 || true' EXIT
+elif mountpoint -q "$rofs"; then
+  export ORVIK_READONLY_FS=$rofs
+fi
+
 cd "$build"
 ctest --output-on-failure -j "$(nproc)" "$@"
