@@ -1,10 +1,11 @@
-// The configuration store's file side that needs nothing of the platform:
-// loading, and writing every line to a file.
+// The configuration store's file side: loading, direct and safe saving. The
+// few file-system steps that differ by platform are in ConfigStoreFiles*.cpp.
 #include "shared/ConfigStoreFiles.h"
 
 #include <cerrno>
 #include <cstdio>
 
+#include "shared/ConfigStoreNames.h"
 #include "shared/utils/UniqueFile.h"
 
 namespace orvik::pkgshared {
@@ -57,6 +58,34 @@ int ConfigStore::LoadFile(const std::wstring& path) {
 
 int ConfigStore::SaveDirect(const std::wstring& path) const {
     return WriteStoreFile(*this, path);
+}
+
+int ConfigStore::SaveSafe(const std::wstring& path) const {
+    if (!storefiles::ProbeTarget(path)) {
+        return kCannotUpdateTarget;
+    }
+    std::wstring temporary;
+    if ((options_.save & kNumberedTemporary) != 0) {
+        if (const int result = storefiles::CreateNumberedTemporary(path, temporary);
+            result != kOk) {
+            return result;
+        }
+    } else {
+        const auto name = ini::SafeSaveTemporaryName(path);
+        if (!name) {
+            return kCannotCreateTemporary;
+        }
+        temporary = *name;
+    }
+    if (const int result = WriteStoreFile(*this, temporary); result != kOk) {
+        storefiles::RemoveFile(temporary);
+        return result;
+    }
+    if (!storefiles::MoveOver(temporary, path)) {
+        storefiles::RemoveFile(temporary);
+        return kCannotUpdateTarget;
+    }
+    return kOk;
 }
 
 }  // namespace orvik::pkgshared

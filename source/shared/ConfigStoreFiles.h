@@ -13,4 +13,21 @@ int NegativeErrno(int fallback);
 // Returns ConfigStore::kOk, kCannotOpenOutput or a negative errno.
 int WriteStoreFile(const ConfigStore& store, const std::wstring& path);
 
+// The platform's steps of a safe save.
+namespace storefiles {
+
+constexpr int kMaxNumberedTemporary = 999;
+
+// Opens and closes the target the way the save will need it, so that a
+// locked or read-only target fails before anything is written.
+bool ProbeTarget(const std::wstring& path);
+// Creates the first free "ini$$<n>.TMP" beside the target and names it in
+// `name`. Returns ConfigStore::kOk, kCannotCreateTemporary or kNoTemporaryName.
+int CreateNumberedTemporary(const std::wstring& target, std::wstring& name);
+void RemoveFile(const std::wstring& path);
+// Moves `from` over `to`; false when it could not.
+bool MoveOver(const std::wstring& from, const std::wstring& to);
+
+}  // namespace storefiles
+
 }  // namespace orvik::pkgshared

@@ -16,11 +16,13 @@
 namespace orvik::pkgshared {
 namespace {
 
-constexpr int kMaxNumberedTemporary = 999;
-
 std::string Native(const std::wstring& path) {
     return boost::filesystem::path(path).string();
 }
+
+}  // namespace
+
+namespace storefiles {
 
 bool ProbeTarget(const std::wstring& path) {
     if (::access(Native(path).c_str(), F_OK) == 0) {
@@ -52,33 +54,14 @@ int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
     return ConfigStore::kNoTemporaryName;
 }
 
-}  // namespace
-
-int ConfigStore::SaveSafe(const std::wstring& path) const {
-    if (!ProbeTarget(path)) {
-        return kCannotUpdateTarget;
-    }
-    std::wstring temporary;
-    if ((options_.save & kNumberedTemporary) != 0) {
-        if (const int result = CreateNumberedTemporary(path, temporary); result != kOk) {
-            return result;
-        }
-    } else {
-        const auto name = ini::SafeSaveTemporaryName(path);
-        if (!name) {
-            return kCannotCreateTemporary;
-        }
-        temporary = *name;
-    }
-    if (const int result = WriteStoreFile(*this, temporary); result != kOk) {
-        std::remove(Native(temporary).c_str());
-        return result;
-    }
-    if (std::rename(Native(temporary).c_str(), Native(path).c_str()) != 0) {
-        std::remove(Native(temporary).c_str());
-        return kCannotUpdateTarget;
-    }
-    return kOk;
+void RemoveFile(const std::wstring& path) {
+    std::remove(Native(path).c_str());
 }
+
+bool MoveOver(const std::wstring& from, const std::wstring& to) {
+    return std::rename(Native(from).c_str(), Native(to).c_str()) == 0;
+}
+
+}  // namespace storefiles
 
 }  // namespace orvik::pkgshared

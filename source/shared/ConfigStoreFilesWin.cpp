@@ -1,4 +1,4 @@
-// The configuration store's safe save on Windows.
+// The configuration store's safe-save steps on Windows.
 #include <windows.h>
 
 #include <cstdio>
@@ -12,14 +12,14 @@
 namespace orvik::pkgshared {
 namespace {
 
-constexpr int kMaxNumberedTemporary = 999;
-
 bool Exists(const std::wstring& path) {
     return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-// Opens and closes the target the way the save will need it, so that a
-// locked or read-only target fails before anything is written.
+}  // namespace
+
+namespace storefiles {
+
 bool ProbeTarget(const std::wstring& path) {
     if (Exists(path)) {
         return OpenFile(path, "r+b") != nullptr;
@@ -31,7 +31,6 @@ bool ProbeTarget(const std::wstring& path) {
     return true;
 }
 
-// Creates the first free "ini$$<n>.TMP" beside the target.
 int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
     for (int number = 0; number <= kMaxNumberedTemporary; ++number) {
         const auto candidate = ini::NumberedTemporaryName(target, number);
@@ -51,33 +50,14 @@ int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
     return ConfigStore::kNoTemporaryName;
 }
 
-}  // namespace
-
-int ConfigStore::SaveSafe(const std::wstring& path) const {
-    if (!ProbeTarget(path)) {
-        return kCannotUpdateTarget;
-    }
-    std::wstring temporary;
-    if ((options_.save & kNumberedTemporary) != 0) {
-        if (const int result = CreateNumberedTemporary(path, temporary); result != kOk) {
-            return result;
-        }
-    } else {
-        const auto name = ini::SafeSaveTemporaryName(path);
-        if (!name) {
-            return kCannotCreateTemporary;
-        }
-        temporary = *name;
-    }
-    if (const int result = WriteStoreFile(*this, temporary); result != kOk) {
-        ::DeleteFileW(temporary.c_str());
-        return result;
-    }
-    if (!::MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
-        ::DeleteFileW(temporary.c_str());
-        return kCannotUpdateTarget;
-    }
-    return kOk;
+void RemoveFile(const std::wstring& path) {
+    ::DeleteFileW(path.c_str());
 }
+
+bool MoveOver(const std::wstring& from, const std::wstring& to) {
+    return ::MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
+}
+
+}  // namespace storefiles
 
 }  // namespace orvik::pkgshared
