@@ -9,27 +9,60 @@
 namespace orvik::pkgshared {
 namespace {
 
-// The characters a directive may hold between its '%' and its end.
-bool IsDirectiveCharacter(wchar_t c) {
-    return (c >= L'0' && c <= L'9') || std::wstring_view(L"|-+ #.$'*lhLqjzt").find(c) !=
-                                           std::wstring_view::npos;
+constexpr size_t kMaxDirectiveDigits = 4;
+
+bool IsDigit(wchar_t c) {
+    return c >= L'0' && c <= L'9';
 }
 
-// True when a directive carries a number of more than four digits: argument
-// numbers and widths of that size are malformed here, and the formatter
-// would overflow reading them or pad to gigabytes.
-bool HasOversizedDirectiveNumber(const std::wstring& text) {
-    constexpr size_t kMaxDigits = 4;
-    for (size_t at = text.find(L'%'); at != std::wstring::npos; at = text.find(L'%', at + 1)) {
+// The length of the directive at `at` (a '%') when it is one this system
+// writes: "%%", "%N%" (a placeholder) or "%|flags width|"; 0 otherwise.
+// Numbers of more than four digits are refused: the formatter overflows
+// reading them or pads to gigabytes.
+size_t DirectiveLength(const std::wstring& text, size_t at) {
+    size_t i = at + 1;
+    if (i < text.size() && text[i] == L'%') {
+        return 2;
+    }
+    if (i < text.size() && IsDigit(text[i])) {
+        const size_t first = i;
+        while (i < text.size() && IsDigit(text[i])) {
+            ++i;
+        }
+        return i - first <= kMaxDirectiveDigits && i < text.size() && text[i] == L'%'
+                   ? i + 1 - at
+                   : 0;
+    }
+    if (i < text.size() && text[i] == L'|') {
         size_t digits = 0;
-        for (size_t i = at + 1; i < text.size() && IsDirectiveCharacter(text[i]); ++i) {
-            digits = (text[i] >= L'0' && text[i] <= L'9') ? digits + 1 : 0;
-            if (digits > kMaxDigits) {
-                return true;
+        for (++i; i < text.size() && text[i] != L'|'; ++i) {
+            if (IsDigit(text[i])) {
+                if (++digits > kMaxDirectiveDigits) {
+                    return 0;
+                }
+            } else if (std::wstring_view(L"-+ #.").find(text[i]) == std::wstring_view::npos) {
+                return 0;
+            } else {
+                digits = 0;
             }
         }
+        return i < text.size() ? i + 1 - at : 0;
     }
-    return false;
+    return 0;
+}
+
+// True when every '%' of `text` starts a directive of DirectiveLength. The
+// formatter reads past the end of some other malformed directives, so they
+// never reach it.
+bool HasOnlyKnownDirectives(const std::wstring& text) {
+    for (size_t at = text.find(L'%'); at != std::wstring::npos;) {
+        const size_t length = DirectiveLength(text, at);
+        if (length == 0) {
+            return false;
+        }
+        at = text.find(L'%', at + length);
+    }
+    return true;
 }
 
 }  // namespace
@@ -37,7 +70,7 @@ bool HasOversizedDirectiveNumber(const std::wstring& text) {
 std::wstring FormatMessageText(const std::wstring& text, const std::wstring& arg1,
                                const std::wstring& arg2, const std::wstring& arg3,
                                const std::wstring& arg4) {
-    if (HasOversizedDirectiveNumber(text)) {
+    if (!HasOnlyKnownDirectives(text)) {
         return std::wstring();
     }
     try {

@@ -2,6 +2,7 @@
 
 #include "shared/ErrorCatalog.h"
 #include "shared/ErrorMessage.h"
+#include "shared/TextConversion.h"
 #include "shared/SystemErrorMessage.h"
 
 namespace orvik::pkgshared {
@@ -46,6 +47,17 @@ TEST(ErrorMessageTest, OversizedDirectiveNumbersAreMalformed) {
     // Four digits are still a width; numbers in the text itself are text.
     EXPECT_EQ(L"a" + std::wstring(1000, L' '), FormatMessageText(L"%|-1001|", L"a", L"", L"", L""));
     EXPECT_EQ(L"12345678901 a", FormatMessageText(L"12345678901 %1%", L"a", L"", L"", L""));
+}
+
+// Found by fuzzing: the formatter read past the end of this text (an
+// unknown directive before an escaped percent sign and invalid UTF-8).
+// Only "%N%", "%|width|" and "%%" reach it; other directives are malformed.
+TEST(ErrorMessageTest, OnlyPlaceholdersWidthsAndPercentSignsAreDirectives) {
+    EXPECT_EQ(L"", FormatMessageText(Utf8ToWide("T%T%%\x9au"), L"a", L"", L"", L""));
+    EXPECT_EQ(L"", FormatMessageText(L"%s and %1%", L"a", L"", L"", L""));
+    EXPECT_EQ(L"", FormatMessageText(L"%1$s", L"a", L"", L"", L""));
+    EXPECT_EQ(L"", FormatMessageText(L"%|-5x|", L"a", L"", L"", L""));
+    EXPECT_EQ(L"a  |5%", FormatMessageText(L"%|-3||5%%", L"a", L"", L"", L""));
 }
 
 TEST(ErrorMessageTest, UsesTheChosenLanguageAndFallsBackToTheNumber) {
