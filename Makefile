@@ -14,6 +14,7 @@ TOOLS_DIR := $(BUILD_DIR)/x64
 # The native (Linux, clang) build of the portable code: sanitizers and fuzzing.
 NATIVE_DIR := $(BUILD_DIR)/native
 FUZZ_SECONDS ?= 60
+FUZZ_TARGETS ?=
 
 .PHONY: all setup deps configure build test native-configure native-test fuzz demo clean
 
@@ -59,10 +60,11 @@ native-test: native-configure
 	cmake --build $(NATIVE_DIR)
 	cd $(NATIVE_DIR) && ctest -j2 --output-on-failure
 
-# Runs every fuzz target for FUZZ_SECONDS seconds from its seed corpus.
+# Runs every fuzz target (or those in FUZZ_TARGETS) for FUZZ_SECONDS seconds
+# from its seed corpus.
 fuzz: native-configure
 	cmake --build $(NATIVE_DIR)
-	bash tools/test/run-fuzzers.sh $(NATIVE_DIR) $(FUZZ_SECONDS)
+	bash tools/test/run-fuzzers.sh $(NATIVE_DIR) $(FUZZ_SECONDS) $(FUZZ_TARGETS)
 
 # Builds a sample installer and runs it twice under Wine, showing each
 # child's command line, the exit code and the run's log.
