@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdio>
 
+#include <boost/filesystem/operations.hpp>
+
 #include "shared/ConfigStoreNames.h"
 #include "shared/utils/UniqueFile.h"
 
@@ -59,6 +61,22 @@ int ConfigStore::LoadFile(const std::wstring& path) {
 int ConfigStore::SaveDirect(const std::wstring& path) const {
     return WriteStoreFile(*this, path);
 }
+
+namespace storefiles {
+
+bool ProbeTarget(const std::wstring& path) {
+    boost::system::error_code error;
+    if (boost::filesystem::exists(boost::filesystem::path(path), error)) {
+        return OpenFile(path, "r+b") != nullptr;
+    }
+    if (OpenFile(path, "wb") == nullptr) {
+        return false;
+    }
+    RemoveFile(path);
+    return true;
+}
+
+}  // namespace storefiles
 
 int ConfigStore::SaveSafe(const std::wstring& path) const {
     if (!storefiles::ProbeTarget(path)) {

@@ -11,7 +11,6 @@
 #include "shared/ConfigStore.h"
 #include "shared/ConfigStoreFiles.h"
 #include "shared/ConfigStoreNames.h"
-#include "shared/utils/UniqueFile.h"
 
 namespace orvik::pkgshared {
 namespace {
@@ -23,17 +22,6 @@ std::string Native(const std::wstring& path) {
 }  // namespace
 
 namespace storefiles {
-
-bool ProbeTarget(const std::wstring& path) {
-    if (::access(Native(path).c_str(), F_OK) == 0) {
-        return OpenFile(path, "r+b") != nullptr;
-    }
-    if (OpenFile(path, "wb") == nullptr) {
-        return false;
-    }
-    std::remove(Native(path).c_str());
-    return true;
-}
 
 int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
     for (int number = 0; number <= kMaxNumberedTemporary; ++number) {

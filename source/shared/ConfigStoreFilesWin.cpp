@@ -1,35 +1,13 @@
 // The configuration store's safe-save steps on Windows.
 #include <windows.h>
 
-#include <cstdio>
-
 #include "shared/ConfigStore.h"
 #include "shared/ConfigStoreFiles.h"
 #include "shared/ConfigStoreNames.h"
-#include "shared/utils/UniqueFile.h"
 #include "shared/utils/WinResources.h"
 
 namespace orvik::pkgshared {
-namespace {
-
-bool Exists(const std::wstring& path) {
-    return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
-}  // namespace
-
 namespace storefiles {
-
-bool ProbeTarget(const std::wstring& path) {
-    if (Exists(path)) {
-        return OpenFile(path, "r+b") != nullptr;
-    }
-    if (OpenFile(path, "wb") == nullptr) {
-        return false;
-    }
-    ::DeleteFileW(path.c_str());
-    return true;
-}
 
 int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
     for (int number = 0; number <= kMaxNumberedTemporary; ++number) {
