@@ -16,6 +16,7 @@
 #include "fuzz/FuzzInput.h"
 #include "shared/ArchiveManager.h"
 #include "shared/Exception.h"
+#include "shared/utils/PathUtils.h"
 #include "shared/utils/UniqueFile.h"
 
 namespace {
@@ -31,15 +32,29 @@ public:
     bool Query(std::int32_t, std::int32_t, std::int32_t) override { return false; }
 };
 
+class QuietReporter : public IPathReporter {
+public:
+    void Report(ReportMode, const std::wstring&) override {}
+};
+
+// A fresh, empty folder for the next input. Archives may leave read-only
+// folders behind: they are removed as the product removes its working
+// directory, and when even that fails the next input gets a new folder.
 const fs::path& Scratch() {
-    static const fs::path scratch = [] {
-        const char* base = std::getenv("ORVIK_FUZZ_SCRATCH");
-        if (base == nullptr || *base == '\0') {
-            // Refuse to run outside the sandbox.
-            std::abort();
-        }
-        return fs::path(base) / fs::unique_path("archive-%%%%%%%%");
-    }();
+    static const char* base = std::getenv("ORVIK_FUZZ_SCRATCH");
+    if (base == nullptr || *base == '\0') {
+        // Refuse to run outside the sandbox.
+        std::abort();
+    }
+    static fs::path scratch;
+    if (!scratch.empty()) {
+        QuietReporter quiet;
+        pathutils::DeleteEntirePath(scratch, quiet);
+    }
+    boost::system::error_code error;
+    if (scratch.empty() || fs::exists(scratch, error)) {
+        scratch = fs::path(base) / fs::unique_path("archive-%%%%%%%%");
+    }
     return scratch;
 }
 
@@ -52,9 +67,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
     const auto compression = static_cast<CompressionType>((choice / 3) % 3);
     const std::string bytes = input.Rest();
 
-    fs::remove_all(Scratch());
-    fs::create_directories(Scratch() / "out");
-    const fs::path source = Scratch() / "input.bin";
+    const fs::path& scratch = Scratch();
+    fs::create_directories(scratch / "out");
+    const fs::path source = scratch / "input.bin";
     {
         const UniqueFile file = OpenFile(source.wstring(), "wb");
         if (!file || std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) {
@@ -64,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
     NoProgress progress;
     try {
         (void)ArchiveManager::ReadEntries(source.wstring(), archiveType, compression);
-        ArchiveManager::Unarchive(&progress, source.wstring(), (Scratch() / "out").wstring(), {},
+        ArchiveManager::Unarchive(&progress, source.wstring(), (scratch / "out").wstring(), {},
                                   archiveType, compression, (choice & 0x80) != 0);
     } catch (const Exception&) {
         // Damaged and refused archives are reported by contract.
