@@ -63,6 +63,32 @@ int ConfigStore::SaveDirect(const std::wstring& path) const {
 }
 
 namespace storefiles {
+namespace {
+
+constexpr int kMaxNumberedTemporary = 999;
+
+// Creates the first free "ini$$<n>.TMP" beside the target and names it in
+// `name`. Returns ConfigStore::kOk, kCannotCreateTemporary or kNoTemporaryName.
+int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
+    for (int number = 0; number <= kMaxNumberedTemporary; ++number) {
+        const auto candidate = ini::NumberedTemporaryName(target, number);
+        if (!candidate) {
+            return ConfigStore::kCannotCreateTemporary;
+        }
+        switch (CreateNewFile(*candidate)) {
+            case CreateResult::kCreated:
+                name = *candidate;
+                return ConfigStore::kOk;
+            case CreateResult::kExists:
+                break;
+            case CreateResult::kFailed:
+                return ConfigStore::kCannotCreateTemporary;
+        }
+    }
+    return ConfigStore::kNoTemporaryName;
+}
+
+}  // namespace
 
 bool ProbeTarget(const std::wstring& path) {
     boost::system::error_code error;

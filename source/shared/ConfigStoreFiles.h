@@ -16,14 +16,12 @@ int WriteStoreFile(const ConfigStore& store, const std::wstring& path);
 // The platform's steps of a safe save.
 namespace storefiles {
 
-constexpr int kMaxNumberedTemporary = 999;
-
 // Opens and closes the target the way the save will need it, so that a
 // locked or read-only target fails before anything is written.
 bool ProbeTarget(const std::wstring& path);
-// Creates the first free "ini$$<n>.TMP" beside the target and names it in
-// `name`. Returns ConfigStore::kOk, kCannotCreateTemporary or kNoTemporaryName.
-int CreateNumberedTemporary(const std::wstring& target, std::wstring& name);
+enum class CreateResult { kCreated, kExists, kFailed };
+// Creates `path` as a new, empty file; never replaces one.
+CreateResult CreateNewFile(const std::wstring& path);
 void RemoveFile(const std::wstring& path);
 // Moves `from` over `to`; false when it could not.
 bool MoveOver(const std::wstring& from, const std::wstring& to);

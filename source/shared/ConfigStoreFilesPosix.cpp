@@ -10,7 +10,6 @@
 
 #include "shared/ConfigStore.h"
 #include "shared/ConfigStoreFiles.h"
-#include "shared/ConfigStoreNames.h"
 
 namespace orvik::pkgshared {
 namespace {
@@ -23,23 +22,13 @@ std::string Native(const std::wstring& path) {
 
 namespace storefiles {
 
-int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
-    for (int number = 0; number <= kMaxNumberedTemporary; ++number) {
-        const auto candidate = ini::NumberedTemporaryName(target, number);
-        if (!candidate) {
-            return ConfigStore::kCannotCreateTemporary;
-        }
-        const int file = ::open(Native(*candidate).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0644);
-        if (file >= 0) {
-            ::close(file);
-            name = *candidate;
-            return ConfigStore::kOk;
-        }
-        if (errno != EEXIST) {
-            return ConfigStore::kCannotCreateTemporary;
-        }
+CreateResult CreateNewFile(const std::wstring& path) {
+    const int file = ::open(Native(path).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0644);
+    if (file >= 0) {
+        ::close(file);
+        return CreateResult::kCreated;
     }
-    return ConfigStore::kNoTemporaryName;
+    return errno == EEXIST ? CreateResult::kExists : CreateResult::kFailed;
 }
 
 void RemoveFile(const std::wstring& path) {

@@ -3,29 +3,18 @@
 
 #include "shared/ConfigStore.h"
 #include "shared/ConfigStoreFiles.h"
-#include "shared/ConfigStoreNames.h"
 #include "shared/utils/WinResources.h"
 
 namespace orvik::pkgshared {
 namespace storefiles {
 
-int CreateNumberedTemporary(const std::wstring& target, std::wstring& name) {
-    for (int number = 0; number <= kMaxNumberedTemporary; ++number) {
-        const auto candidate = ini::NumberedTemporaryName(target, number);
-        if (!candidate) {
-            return ConfigStore::kCannotCreateTemporary;
-        }
-        const UniqueHandle file(::CreateFileW(candidate->c_str(), GENERIC_WRITE, 0, nullptr,
-                                              CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (file) {
-            name = *candidate;
-            return ConfigStore::kOk;
-        }
-        if (::GetLastError() != ERROR_FILE_EXISTS) {
-            return ConfigStore::kCannotCreateTemporary;
-        }
+CreateResult CreateNewFile(const std::wstring& path) {
+    const UniqueHandle file(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                          FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file) {
+        return CreateResult::kCreated;
     }
-    return ConfigStore::kNoTemporaryName;
+    return ::GetLastError() == ERROR_FILE_EXISTS ? CreateResult::kExists : CreateResult::kFailed;
 }
 
 void RemoveFile(const std::wstring& path) {

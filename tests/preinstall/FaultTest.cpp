@@ -12,6 +12,7 @@ namespace orvik::pkgui::preinstall {
 namespace {
 
 using orvik::testing::RandomBytes;
+using orvik::testing::WinePath;
 
 // Sets an environment variable for the runs of one test.
 class ScopedEnvironment {
@@ -149,15 +150,6 @@ TEST_F(FaultTest, BrokenOnlineInstallDescriptions) {
     }
 }
 
-// Converts a Unix path to the path Wine shows for it.
-std::wstring WinePath(const char* unixPath) {
-    std::wstring path = L"Z:";
-    for (const char* c = unixPath; *c != '\0'; ++c) {
-        path += *c == '/' ? L'\\' : static_cast<wchar_t>(*c);
-    }
-    return path;
-}
-
 // The test run mounts a read-only file system and names it in
 // ORVIK_READONLY_FS: as root, Wine's file permissions would not stop a write.
 TEST_F(FaultTest, TemporaryFolderThatCannotBeWritten) {
@@ -194,8 +186,7 @@ TEST_F(FaultTest, DiskFullWhileExtracting) {
         GTEST_SKIP() << "no small file system was mounted for this run (needs root)";
     }
     // A few kilobytes packed, 3 MB unpacked: the archive fits, its contents do not.
-    PackPayload(
-        TarGz({{"Install.exe", "MZ", 0755}, {"big.bin", std::string(3000000, 'z'), 0644}}));
+    PackPayload(TarGz({{"Install.exe", "MZ", 0755}, {"big.bin", std::string(3000000, 'z'), 0644}}));
     const std::wstring temp = WinePath(tiny);
     const ScopedEnvironment tmp(L"TMP", temp);
     const ScopedEnvironment tempVariable(L"TEMP", temp);

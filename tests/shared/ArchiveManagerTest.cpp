@@ -13,6 +13,7 @@
 #endif
 #include "support/ScratchDirectory.h"
 #include "support/TestData.h"
+#include "support/WinePath.h"
 
 namespace orvik::pkgshared {
 namespace {
@@ -335,10 +336,7 @@ TEST_F(ArchiveManagerTest, FullDiskIsReportedAsSuch) {
         GTEST_SKIP() << "no small file system was mounted for this run (needs root)";
     }
 #ifdef _WIN32
-    std::wstring windowsPath = L"Z:";  // Wine's view of the Unix root
-    for (const char* c = tiny; *c != '\0'; ++c) {
-        windowsPath += *c == '/' ? L'\\' : static_cast<wchar_t>(*c);
-    }
+    const std::wstring windowsPath = orvik::testing::WinePath(tiny);
 #else
     const std::string windowsPath = tiny;
 #endif

@@ -7,16 +7,13 @@
 #include "shared/TextConversion.h"
 #include "shared/utils/WinResources.h"
 #include "support/ScratchDirectory.h"
+#include "support/WinePath.h"
 
 namespace orvik::testing {
 
-// The build's program folder as a Windows path (the Unix path on drive Z:).
+// The build's program folder as a Windows path.
 inline std::wstring BinDirectory() {
-    std::wstring path = L"Z:";
-    for (const char* c = ORVIK_TEST_BIN_DIR; *c != '\0'; ++c) {
-        path += *c == '/' ? L'\\' : static_cast<wchar_t>(*c);
-    }
-    return path;
+    return WinePath(ORVIK_TEST_BIN_DIR);
 }
 
 struct ChildResult {
