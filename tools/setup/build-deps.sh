@@ -54,12 +54,17 @@ rm -rf "$prefix"
 mkdir -p "$prefix"
 export ORVIK_DEPS_PREFIX=$prefix
 toolchain=$root/cmake/toolchain-$triple.cmake
+# Optimised for size, one section per function and object, so that the
+# product's --gc-sections keeps only what it calls (pugixml, for one, is a
+# single translation unit).
+section_flags="-ffunction-sections -fdata-sections"
 cmake_build() { # NAME SOURCE_DIR [CMAKE ARGS...]
   local name=$1 dir=$2; shift 2
   local start=$SECONDS
   log "building $name"
   cmake -S "$dir" -B "$work/build-$name" -G Ninja -Wno-dev \
-    -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=MinSizeRel \
+    -DCMAKE_C_FLAGS="$section_flags" -DCMAKE_CXX_FLAGS="$section_flags" \
     -DCMAKE_INSTALL_PREFIX="$prefix" -DBUILD_SHARED_LIBS=OFF "$@" >"$work/$name.log" 2>&1 ||
     { tail -n 40 "$work/$name.log" >&2; return 1; }
   cmake --build "$work/build-$name" -j "$jobs" >>"$work/$name.log" 2>&1 &&
@@ -78,7 +83,8 @@ unpack() { # PACKAGE
 
 zstd_dir=$(unpack libzstd)
 cmake_build zstd "$zstd_dir/build/cmake" -DZSTD_BUILD_SHARED=OFF -DZSTD_BUILD_STATIC=ON \
-  -DZSTD_BUILD_PROGRAMS=OFF -DZSTD_BUILD_TESTS=OFF -DZSTD_MULTITHREAD_SUPPORT=OFF
+  -DZSTD_BUILD_PROGRAMS=OFF -DZSTD_BUILD_TESTS=OFF -DZSTD_MULTITHREAD_SUPPORT=OFF \
+  -DZSTD_LEGACY_SUPPORT=OFF
 
 # Debian's mingw zlib uses the C calling convention. Stating it spares
 # libarchive's configure a cross-compiled try_run, which crashes CMake 3.25
