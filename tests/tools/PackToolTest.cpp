@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <map>
 #include <random>
 
@@ -158,6 +159,26 @@ TEST_F(PackToolTest, PayloadWithoutInstallerOnlyWarns) {
                              Quoted(scratch_ / L"out.exe") + L" --payload-dir " + Quoted(folder));
     EXPECT_EQ(0, packed.exitCode) << packed.output;
     EXPECT_NE(std::string::npos, packed.output.find("no Install.exe at its root")) << packed.output;
+}
+
+// Past the ceiling nothing is written, --force or not, and the size is
+// checked before the payload is read (the file is sparse: a real read of
+// 1.5 GiB would show as a timeout).
+TEST_F(PackToolTest, PayloadPastTheCeilingIsRefusedEvenWhenForced) {
+    const fs::path payload = scratch_ / L"huge.tar.gz";
+    WriteBytes(payload, "");
+    fs::resize_file(payload, (std::uint64_t{1536} << 20) + 1);
+    const fs::path output = scratch_ / L"out.exe";
+    for (const wchar_t* force : {L"", L" --force"}) {
+        const auto packed = Pack(L"--template " + Template() + L" --output " + Quoted(output) +
+                                 L" --payload " + Quoted(payload) + force);
+        EXPECT_EQ(1, packed.exitCode) << packed.output;
+        EXPECT_NE(std::string::npos,
+                  packed.output.find("error: the payload archive is 1610612737 bytes; an "
+                                     "installer can carry at most 1610612736 bytes (1.5 GiB)"))
+            << packed.output;
+        EXPECT_FALSE(fs::exists(output));
+    }
 }
 
 TEST_F(PackToolTest, OnlineInstallDescription) {

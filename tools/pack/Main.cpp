@@ -14,6 +14,7 @@
 #include "EntryPathCheck.h"
 #include "PackOptions.h"
 #include "PayloadArchiver.h"
+#include "PayloadCeiling.h"
 #include "ResourceWriter.h"
 #include "preinstall/OnlineInstallInformation.h"
 #include "shared/ArchiveManager.h"
@@ -89,6 +90,20 @@ bool CheckPayload(const std::wstring& payload, bool force) {
     }
 }
 
+// Refuses, even with --force, a payload too large for any installer to load.
+bool CheckPayloadSize(const std::wstring& payload) {
+    boost::system::error_code code;
+    const auto size = fs::file_size(payload, code);
+    if (code) {
+        return true;  // the payload check that follows reports what is wrong
+    }
+    if (const auto reason = PayloadTooLarge(size)) {
+        Print(stderr, L"orvikpkg-pack: error: " + *reason + L"\n");
+        return false;
+    }
+    return true;
+}
+
 bool CheckOnlineInstall(const std::wstring& file, bool force) {
     std::string bytes;
     if (!orvik::pkgshared::ReadFileBytes(file, bytes)) {
@@ -130,7 +145,7 @@ int Pack(const PackOptions& options) {
         }
         payload = archived;
     }
-    if (!payload.empty() && !CheckPayload(payload, options.force)) {
+    if (!payload.empty() && (!CheckPayloadSize(payload) || !CheckPayload(payload, options.force))) {
         return kFailed;
     }
     if (!options.onlineInstallFile.empty() &&
