@@ -16,7 +16,7 @@ NATIVE_DIR := $(BUILD_DIR)/native
 FUZZ_SECONDS ?= 60
 FUZZ_TARGETS ?=
 
-.PHONY: all setup deps configure build test native-configure native-test fuzz demo clean
+.PHONY: all setup deps configure build test native-configure native-test fuzz demo bench clean
 
 all: build
 
@@ -70,6 +70,21 @@ fuzz: native-configure
 # child's command line, the exit code and the run's log.
 demo: build
 	bash tools/demo/run-demo.sh $(BUILD_DIR)
+
+# Benchmarks, not tests: builds only what they run (the template, the packing
+# tool, the benchmark programs, the archive manager natively without
+# sanitizers) and prints one table; see bench/README.md. BENCH_ARGS are
+# passed to bench/run_bench.py.
+BENCH_NATIVE_DIR := $(BUILD_DIR)/bench-native
+BENCH_ARGS ?=
+bench: configure
+	cmake --build $(TOOLS_DIR)
+	cmake --build $(BUILD_DIR) --target orvik_bootstrapper bench_programs
+	cmake -S tests/native -B $(BENCH_NATIVE_DIR) -G Ninja \
+	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=MinSizeRel \
+	  -DORVIK_SANITIZE=OFF -DORVIK_BENCH=ON
+	cmake --build $(BENCH_NATIVE_DIR) --target archive_unpack
+	bash bench/run-bench.sh $(BUILD_DIR) $(BENCH_ARGS)
 
 clean:
 	rm -rf $(BUILD_DIR)

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build and the tests need: both mingw-w64
 # toolchains, CMake and Ninja, 32-bit Wine, an X virtual display and the tools
-# to drive it, the native toolchain and libraries of the sanitizer build, and
-# the code-signing tool. Idempotent: when every package is present it does nothing.
+# to drive it, the native toolchain and libraries of the sanitizer build, the
+# code-signing tool, and what the benchmarks run. Idempotent: when every
+# package is present it does nothing.
 #
 # The plain way is tried first. When it fails (seen once: the security suite's
 # i386 index was mid-sync, which left wine32:i386 uninstallable), apt is run
@@ -19,6 +20,8 @@ packages=(
   libboost-date-time1.81-dev
   # Signing a packed installer, with a throwaway certificate in the tests.
   osslsigncode openssl
+  # The benchmarks: instruction counts, and the native bsdtar they compare to.
+  valgrind libarchive-tools
 )
 
 missing() {

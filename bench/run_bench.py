@@ -1,0 +1,337 @@
+#!/usr/bin/env python3
+"""The bootstrapper's benchmarks: every figure beside a reference measured in
+the same run (see bench/README.md). Prints one table and writes it, with the
+raw figures, to OUT/table.txt and OUT/results.json.
+
+Usage: run_bench.py BUILD_DIR [--out DIR] [--sizes MB,...] [--repeat N] [--parts LIST]
+"""
+import argparse
+import json
+import os
+import platform
+import shutil
+import statistics
+import subprocess
+import sys
+import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, HERE)
+
+import callgrind_costs  # noqa: E402
+import linker_map  # noqa: E402
+import make_payload  # noqa: E402
+import measure  # noqa: E402
+import pe_resource  # noqa: E402
+import stored_archive  # noqa: E402
+
+MB = 1000 * 1000
+GIB = 1 << 30
+PAYLOAD_RESOURCE = "ORVIKPKG_PAYLOAD"
+
+
+def spread(values):
+    """Median with the lowest and highest value."""
+    return statistics.median(values), min(values), max(values)
+
+
+def text_of(values, unit, scale=1.0, digits=1):
+    median, low, high = (v * scale for v in spread(values))
+    return "%.*f %s (%.*f-%.*f)" % (digits, median, unit, digits, low, digits, high)
+
+
+class Bench:
+    def __init__(self, build, out, repeats):
+        self.build = os.path.abspath(build)
+        self.bin = os.path.join(self.build, "bin")
+        self.out = os.path.abspath(out)
+        self.repeats = repeats
+        os.makedirs(self.out, exist_ok=True)
+        self.log = os.path.join(self.out, "wine.log")
+        self.wine = measure.Wine(os.path.join(self.out, "wineprefix"), self.log)
+        with open(os.path.join(self.build, "deps-prefix-i686.txt")) as line:
+            self.bsdtar = os.path.join(line.read().strip(), "bin", "bsdtar.exe")
+        self.stamp_exe = os.path.join(self.bin, "bench-StartStamp.exe")
+        self.stamp = os.path.join(self.out, "stamp.txt")
+        self.rows = []
+        self.notes = []
+        self.raw = {}
+
+    # -- helpers -----------------------------------------------------------
+
+    def row(self, figure, ours, reference="", theirs="", ratio=""):
+        self.rows.append((figure, ours, reference, theirs, ratio))
+        print("  %s: %s | %s %s | %s" % (figure, ours, reference, theirs, ratio), flush=True)
+
+    def prepare_prefix(self):
+        ready = os.path.join(self.out, "wineprefix", ".orvik-ready")
+        if not os.path.exists(ready):
+            self.wine.call(["wineboot", "--init"])
+            self.wine.call(["winecfg", "-v", "win10"])
+            # The virtual display has no window manager: a managed window
+            # that is hidden would wait 2 s for one to confirm it.
+            self.wine.call(["reg", "add", "HKCU\\Software\\Wine\\X11 Driver", "/v", "Managed",
+                            "/t", "REG_SZ", "/d", "N", "/f"])
+            # A crash ends the program instead of waiting at a debugger dialog.
+            self.wine.call(["reg", "add", "HKCU\\Software\\Wine\\WineDbg", "/v",
+                            "ShowCrashDialog", "/t", "REG_DWORD", "/d", "0", "/f"])
+            subprocess.call(["wineserver", "-w"], env=self.wine.env)
+            open(ready, "w").close()
+        # One server for the whole run, as a user's machine has.
+        subprocess.call(["wineserver", "-p"], env=self.wine.env)
+        self.wine.call(["cmd", "/c", "exit", "0"])
+
+    def pack(self, installer, payload_dir=None, payload_file=None):
+        arguments = [os.path.join(self.bin, "orvikpkg-pack.exe"), "--template",
+                     measure.wine_path(os.path.join(self.bin, "preinstall.exe")),
+                     "--output", measure.wine_path(installer)]
+        if payload_dir:
+            arguments += ["--payload-dir", measure.wine_path(payload_dir)]
+        if payload_file:
+            arguments += ["--payload", measure.wine_path(payload_file)]
+        os.makedirs(os.path.dirname(installer), exist_ok=True)
+        if os.path.exists(installer):
+            os.remove(installer)
+        started = time.monotonic()
+        result = subprocess.run(["wine"] + arguments, env=self.wine.env, capture_output=True,
+                                timeout=1800)
+        message = (result.stdout + result.stderr).decode("utf-8", "replace").replace("\r", "")
+        return result.returncode, time.monotonic() - started, message.strip()
+
+    def bootstrap(self, installer, timeout=900):
+        run = self.wine.timed([installer, "--passive"], cwd=os.path.dirname(installer),
+                              stamp=self.stamp, timeout=timeout)
+        return run
+
+    def require(self, run, what, child=False):
+        if run.exit_code != 0 or (child and run.child_seconds is None):
+            raise SystemExit("%s failed with exit code %s; see %s" % (what, run.exit_code,
+                                                                     self.log))
+
+    # -- extraction and memory ---------------------------------------------
+
+    def extraction(self, megabytes):
+        label = "%d MB" % megabytes if megabytes < 1000 else "%g GB" % (megabytes / 1000)
+        print("Extraction, %s payload" % label, flush=True)
+        work = os.path.join(self.out, "payload-%dMB" % megabytes)
+        folder = os.path.join(work, "payload")
+        files, payload_bytes = make_payload.make_payload_folder(
+            folder, megabytes * MB, self.stamp_exe)
+        installer = os.path.join(work, "installer", "OrvikSetup.exe")
+        code, pack_seconds, message = self.pack(installer, payload_dir=folder)
+        if code != 0:
+            raise SystemExit("packing %s failed: %s" % (label, message))
+        archive = os.path.join(work, "payload.tar.gz")
+        with open(archive, "wb") as out:
+            out.write(pe_resource.read_rcdata(installer, PAYLOAD_RESOURCE))
+        archive_bytes = os.path.getsize(archive)
+        shutil.rmtree(folder)
+
+        repeats = self.repeats if megabytes < 1000 else max(3, self.repeats - 2)
+        ours, bsdtar, native = [], [], []
+        target = os.path.join(work, "out")
+        for _ in range(repeats):
+            run = self.bootstrap(installer)
+            self.require(run, "the bootstrapper (%s)" % label, child=True)
+            ours.append(run)
+            measure.fresh_folder(target)
+            run = self.wine.timed([self.bsdtar, "-xzf", measure.wine_path(archive), "-C",
+                                   measure.wine_path(target)])
+            self.require(run, "bsdtar.exe (%s)" % label)
+            bsdtar.append(run)
+            measure.fresh_folder(target)
+            run = measure.native_timed(["tar", "-xzf", archive, "-C", target])
+            self.require(run, "tar (%s)" % label)
+            native.append(run)
+        shutil.rmtree(target)
+
+        rate = [payload_bytes / MB / r.seconds for r in ours]
+        rate_bsdtar = [payload_bytes / MB / r.seconds for r in bsdtar]
+        rate_native = [payload_bytes / MB / r.seconds for r in native]
+        figure = "Extraction %s (%d files, %.0f MB gzip), MB/s to child start" % (
+            label, files, archive_bytes / MB)
+        self.row(figure, text_of(rate, "MB/s"), "bsdtar.exe, same Wine",
+                 text_of(rate_bsdtar, "MB/s"),
+                 "%.2f" % (statistics.median(rate) / statistics.median(rate_bsdtar)))
+        self.row("", "", "tar -xzf, native", text_of(rate_native, "MB/s"),
+                 "%.2f" % (statistics.median(rate) / statistics.median(rate_native)))
+        self.row("Memory %s: peak RssAnon of the Wine process" % label,
+                 text_of([r.anon for r in ours], "MiB", 1 / (1 << 20)),
+                 "bsdtar.exe, same Wine", text_of([r.anon for r in bsdtar], "MiB", 1 / (1 << 20)),
+                 "%+.1f MiB" % ((statistics.median(r.anon for r in ours) -
+                                 statistics.median(r.anon for r in bsdtar)) / (1 << 20)))
+        self.row("Memory %s: peak RssFile (payload mapped by design)" % label,
+                 text_of([r.file for r in ours], "MiB", 1 / (1 << 20)), "", "", "")
+        self.raw["extraction-%dMB" % megabytes] = {
+            "files": files, "payload_bytes": payload_bytes, "archive_bytes": archive_bytes,
+            "pack_seconds": pack_seconds,
+            "bootstrapper_to_child_s": [r.seconds for r in ours],
+            "bootstrapper_total_s": [r.total_seconds for r in ours],
+            "bootstrapper_rss_anon": [r.anon for r in ours],
+            "bootstrapper_rss_file": [r.file for r in ours],
+            "bsdtar_s": [r.seconds for r in bsdtar], "bsdtar_rss_anon": [r.anon for r in bsdtar],
+            "tar_s": [r.seconds for r in native]}
+        return archive
+
+    # -- start-up ----------------------------------------------------------
+
+    def startup(self):
+        print("Start-up", flush=True)
+        work = os.path.join(self.out, "startup")
+        folder = os.path.join(work, "payload")
+        measure.fresh_folder(folder)
+        shutil.copyfile(self.stamp_exe, os.path.join(folder, "Install.exe"))
+        installer = os.path.join(work, "installer", "OrvikSetup.exe")
+        code, _, message = self.pack(installer, payload_dir=folder)
+        if code != 0:
+            raise SystemExit("packing the start-up installer failed: " + message)
+        child = os.path.join(folder, "Install.exe")
+        launcher = os.path.join(self.bin, "bench-MinimalLauncher.exe")
+        ours, theirs = [], []
+        for _ in range(self.repeats * 2):
+            run = self.bootstrap(installer)
+            self.require(run, "the bootstrapper (start-up)", child=True)
+            ours.append(run.seconds)
+            run = self.wine.timed([launcher, measure.wine_path(child)], stamp=self.stamp)
+            self.require(run, "the minimal launcher", child=True)
+            theirs.append(run.seconds)
+        self.row("Start-up, payload of Install.exe only: start to child start",
+                 text_of(ours, "ms", 1000, 0), "minimal launcher, same child",
+                 text_of(theirs, "ms", 1000, 0),
+                 "%+.0f ms" % ((statistics.median(ours) - statistics.median(theirs)) * 1000))
+        self.raw["startup"] = {"bootstrapper_s": ours, "launcher_s": theirs}
+
+    # -- ceiling -----------------------------------------------------------
+
+    def ceiling(self, sizes=(1.0, 1.5, 2.0)):
+        print("Ceiling", flush=True)
+        work = os.path.join(self.out, "ceiling")
+        measure.fresh_folder(work)
+        results = {}
+        for gib in sizes:
+            archive = os.path.join(work, "payload.tar.gz")
+            stored_archive.write(archive, int(gib * GIB), self.stamp_exe)
+            archive_bytes = os.path.getsize(archive)
+            installer = os.path.join(work, "installer", "OrvikSetup.exe")
+            code, _, message = self.pack(installer, payload_file=archive)
+            os.remove(archive)
+            if code != 0:
+                outcome = "refused by the packing tool: " + message.splitlines()[-1]
+            else:
+                run = self.bootstrap(installer, timeout=1200)
+                if run.exit_code == 0 and run.child_seconds is not None:
+                    outcome = "installs (child started after %.1f s)" % run.child_seconds
+                else:
+                    outcome = "does not start: exit code %d" % run.exit_code
+            shutil.rmtree(os.path.dirname(installer), ignore_errors=True)
+            results["%g GiB" % gib] = {"archive_bytes": archive_bytes, "outcome": outcome}
+            self.row("Ceiling: %g GiB payload (archive of %d bytes)" % (gib, archive_bytes),
+                     outcome, "", "", "")
+        self.raw["ceiling"] = results
+
+    # -- size --------------------------------------------------------------
+
+    def size(self):
+        print("Size", flush=True)
+        template = os.path.join(self.bin, "preinstall.exe")
+        stripped = os.path.join(self.out, "preinstall-stripped.exe")
+        subprocess.check_call(["i686-w64-mingw32-strip", "-o", stripped, template])
+        stripped_bytes = os.path.getsize(stripped)
+        self.row("Template size, stripped", "%d bytes" % stripped_bytes,
+                 "as built (symbols, debug info)", "%d bytes" % os.path.getsize(template),
+                 "%.2f" % (stripped_bytes / os.path.getsize(template)))
+        parts = linker_map.contributions(os.path.join(self.build, "preinstall.map"))
+        for name, size in sorted(parts.items(), key=lambda item: -item[1]):
+            self.row("  from %s" % name, "%d bytes" % size, "share of the stripped file", "",
+                     "%.1f%%" % (100.0 * size / stripped_bytes))
+        self.raw["size"] = {"stripped": stripped_bytes, "parts": parts}
+
+    # -- instructions ------------------------------------------------------
+
+    def instructions(self, archive):
+        print("Instructions", flush=True)
+        payload = self.raw["extraction-10MB"]["payload_bytes"]
+        unpack = os.path.join(self.build, "bench-native", "bench", "archive_unpack")
+        results = {}
+        for name, command in (("archive manager", [unpack, archive]),
+                              ("bsdtar", ["bsdtar", "-xzf", archive, "-C"])):
+            target = os.path.join(self.out, "callgrind-out")
+            measure.fresh_folder(target)
+            output = os.path.join(self.out, "callgrind.%s" % name.replace(" ", "-"))
+            subprocess.check_call(["valgrind", "--tool=callgrind", "--callgrind-out-file=" + output,
+                                   ] + command + [target], stdout=subprocess.DEVNULL,
+                                  stderr=subprocess.DEVNULL)
+            total, objects = callgrind_costs.object_costs(output)
+            results[name] = {"total": total, "objects": objects}
+            shutil.rmtree(target)
+        ours, theirs = results["archive manager"], results["bsdtar"]
+        self.row("Instructions per payload byte, 10 MB (native, callgrind)",
+                 "%.2f" % (ours["total"] / payload), "bsdtar, same libarchive",
+                 "%.2f" % (theirs["total"] / payload), "%.2f" % (ours["total"] / theirs["total"]))
+        for name, cost in sorted(ours["objects"].items(), key=lambda item: -item[1])[:4]:
+            self.row("  in %s" % name, "%.2f" % (cost / payload), "", "",
+                     "%.1f%%" % (100.0 * cost / ours["total"]))
+        self.raw["instructions"] = results
+
+    # -- output ------------------------------------------------------------
+
+    def table(self):
+        widths = [max(len(row[i]) for row in self.rows) for i in range(5)]
+        header = ("Figure", "Bootstrapper", "Reference", "Reference figure", "Ratio")
+        widths = [max(w, len(h)) for w, h in zip(widths, header)]
+        lines = ["  ".join(cell.ljust(width) for cell, width in zip(line, widths)).rstrip()
+                 for line in [header] + self.rows]
+        lines.insert(1, "  ".join("-" * width for width in widths))
+        return "\n".join(lines)
+
+
+def machine():
+    cpu = "?"
+    with open("/proc/cpuinfo") as lines:
+        for line in lines:
+            if line.startswith("model name"):
+                cpu = line.split(":", 1)[1].strip()
+                break
+    wine = subprocess.run(["wine", "--version"], capture_output=True, text=True).stdout.strip()
+    return "%s, %d cores, %.0f GiB, Linux %s, %s" % (
+        cpu, os.cpu_count(), os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / GIB,
+        platform.release(), wine)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("build")
+    parser.add_argument("--out")
+    parser.add_argument("--sizes", default="10,100,1000", help="payload sizes in MB")
+    parser.add_argument("--repeat", type=int, default=5)
+    parser.add_argument("--parts", default="startup,extraction,ceiling,size,instructions",
+                        help="which measurements to take")
+    args = parser.parse_args()
+    parts = args.parts.split(",")
+    bench = Bench(args.build, args.out or os.path.join(args.build, "bench"), args.repeat)
+    started = time.monotonic()
+    bench.prepare_prefix()
+    if "startup" in parts:
+        bench.startup()
+    archives = {}
+    if "extraction" in parts:
+        for megabytes in [int(size) for size in args.sizes.split(",")]:
+            archives[megabytes] = bench.extraction(megabytes)
+    if "ceiling" in parts:
+        bench.ceiling()
+    if "size" in parts:
+        bench.size()
+    if "instructions" in parts and 10 in archives:
+        bench.instructions(archives[10])
+    table = bench.table()
+    summary = "Machine: %s\nRepetitions: %d (3 for 1 GB), median (lowest-highest)\nTook %.0f s" % (
+        machine(), args.repeat, time.monotonic() - started)
+    print("\n" + table + "\n\n" + summary)
+    with open(os.path.join(bench.out, "table.txt"), "w") as out:
+        out.write(table + "\n\n" + summary + "\n")
+    with open(os.path.join(bench.out, "results.json"), "w") as out:
+        json.dump({"machine": machine(), "raw": bench.raw, "rows": bench.rows}, out, indent=1)
+
+
+if __name__ == "__main__":
+    main()
