@@ -51,9 +51,4 @@ elif mountpoint -q "$rofs"; then
 fi
 
 cd "$build"
-# A test that fails is run once more before the run fails. Stopgap: now and
-# then (seen about once in four full runs, never when one program runs alone)
-# a test program ends with an access violation during process exit after all
-# of its tests have passed; the cause is not yet found. The first failure
-# stays in the output.
-ctest --output-on-failure -j "$(nproc)" --repeat until-pass:2 "$@"
+ctest --output-on-failure -j "$(nproc)" "$@"
