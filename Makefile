@@ -4,6 +4,8 @@
 BUILD_DIR ?= build
 BUILD_TYPE ?= MinSizeRel
 CTEST_ARGS ?=
+# Extra arguments for both CMake configure steps (a compiler launcher, say).
+CMAKE_ARGS ?=
 
 SETUP := tools/setup
 TOOLCHAIN_I686 := cmake/toolchain-i686-w64-mingw32.cmake
@@ -16,7 +18,7 @@ NATIVE_DIR := $(BUILD_DIR)/native
 FUZZ_SECONDS ?= 60
 FUZZ_TARGETS ?=
 
-.PHONY: all setup deps configure build test native-configure native-test fuzz demo bench clean
+.PHONY: all setup deps configure build test test-size native-configure native-test fuzz demo bench clean
 
 all: build
 
@@ -34,12 +36,12 @@ deps: setup
 configure: deps
 	cmake -S . -B $(BUILD_DIR) -G Ninja \
 	  -DCMAKE_TOOLCHAIN_FILE=$(TOOLCHAIN_I686) \
-	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
+	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_ARGS) \
 	  -DORVIK_DEPS_PREFIX="$$(cat $(BUILD_DIR)/deps-prefix-i686.txt)"
 	cmake -S . -B $(TOOLS_DIR) -G Ninja \
 	  -DCMAKE_TOOLCHAIN_FILE=$(TOOLCHAIN_X64) \
 	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
-	  -DORVIK_TOOLS_ONLY=ON \
+	  -DORVIK_TOOLS_ONLY=ON $(CMAKE_ARGS) \
 	  -DORVIK_RUNTIME_OUTPUT_DIRECTORY="$(abspath $(BUILD_DIR))/bin" \
 	  -DORVIK_DEPS_PREFIX="$$(cat $(BUILD_DIR)/deps-prefix-x86_64.txt)"
 
@@ -49,6 +51,10 @@ build: configure
 
 test: build native-test
 	bash tools/test/run-tests.sh $(BUILD_DIR) $(CTEST_ARGS)
+
+# Lines of the tests against lines of the rest of the code; fails above 0.35.
+test-size:
+	@bash tools/test/test-size.sh
 
 # The portable code's unit tests built natively under AddressSanitizer and
 # UndefinedBehaviorSanitizer, with the libFuzzer targets beside them.

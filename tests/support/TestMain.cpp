@@ -1,43 +1,83 @@
 // The entry of every GoogleTest program that runs under Wine.
 //
-// On Windows GoogleTest keeps per-thread values with one watcher thread for
-// every thread that uses them; the watcher waits for its thread to end. Were
-// the tests run on the main thread, its watcher would still be waiting when
-// the process ends, and Wine now and then dies with a segmentation fault while
-// it stops such a thread during the exit (seen in one run of 5 to 20, always
-// after every test had passed). So the tests run on a thread of their own, and
-// the process ends only after that thread's watcher has ended too.
+// GoogleTest keeps per-thread values on Windows with one watcher thread for
+// every thread that uses them; the watcher waits for its thread to end. A
+// watcher still waiting while the process exits makes Wine die now and then
+// (a segmentation fault in the exit, after every test passed). So the tests
+// run on a thread of their own whose watcher is started before the first
+// test, and the process returns only after both threads have ended: the test
+// thread is joined, its watcher waited for with a bound. A bound that runs out
+// is reported on stderr and fails the program.
 #include <windows.h>
 
+#include <gtest/gtest-spi.h>
 #include <process.h>
 #include <tlhelp32.h>
 
+#include <cerrno>
+#include <cstdio>
+#include <set>
+#include <vector>
+
 #include <gmock/gmock.h>
+
+#include "shared/utils/WinResources.h"
 
 namespace {
 
+using orvik::pkgshared::UniqueHandle;
+
 // Stack of the thread the tests run on: as large as a main thread's may grow.
 constexpr unsigned kTestThreadStack = 8u << 20;
+constexpr DWORD kWatcherBoundMs = 10000;
 
-// The number of threads of this process; 0 when it cannot be read.
-int ThreadCount() {
-    const HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    if (snapshot == INVALID_HANDLE_VALUE) {
-        return 0;
+// The ids of this process's threads; empty when they cannot be read.
+std::set<DWORD> ThreadIds() {
+    std::set<DWORD> ids;
+    const UniqueHandle snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    if (!snapshot) {
+        return ids;
     }
-    int count = 0;
     THREADENTRY32 entry{};
     entry.dwSize = sizeof(entry);
-    for (BOOL more = ::Thread32First(snapshot, &entry); more;
-         more = ::Thread32Next(snapshot, &entry)) {
-        count += entry.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
+    for (BOOL more = ::Thread32First(snapshot.get(), &entry); more;
+         more = ::Thread32Next(snapshot.get(), &entry)) {
+        if (entry.th32OwnerProcessID == ::GetCurrentProcessId()) {
+            ids.insert(entry.th32ThreadID);
+        }
     }
-    ::CloseHandle(snapshot);
-    return count;
+    return ids;
 }
 
-unsigned __stdcall RunTests(void* result) noexcept {
-    *static_cast<int*>(result) = RUN_ALL_TESTS();
+struct TestRun {
+    int result = 1;
+    // The threads GoogleTest started to watch the test thread.
+    std::vector<UniqueHandle> watchers;
+};
+
+// Makes GoogleTest give the calling thread its per-thread values now, which
+// starts the thread's watcher; returns handles to the threads that started.
+std::vector<UniqueHandle> StartWatcher() {
+    const std::set<DWORD> before = ThreadIds();
+    {
+        ::testing::TestPartResultArray ignored;
+        const ::testing::ScopedFakeTestPartResultReporter reporter(
+            ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD,
+            &ignored);
+    }
+    std::vector<UniqueHandle> started;
+    for (const DWORD id : ThreadIds()) {
+        if (before.count(id) == 0) {
+            started.emplace_back(::OpenThread(SYNCHRONIZE, FALSE, id));
+        }
+    }
+    return started;
+}
+
+unsigned __stdcall RunTests(void* context) noexcept {
+    auto& run = *static_cast<TestRun*>(context);
+    run.watchers = StartWatcher();
+    run.result = RUN_ALL_TESTS();
     return 0;
 }
 
@@ -45,18 +85,33 @@ unsigned __stdcall RunTests(void* result) noexcept {
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleMock(&argc, argv);
-    const int threadsBefore = ThreadCount();
-    int result = 1;
-    const auto thread = reinterpret_cast<HANDLE>(
-        ::_beginthreadex(nullptr, kTestThreadStack, &RunTests, &result, 0, nullptr));
-    if (thread == nullptr) {
-        return RUN_ALL_TESTS();
+    TestRun run;
+    const UniqueHandle thread(reinterpret_cast<HANDLE>(
+        ::_beginthreadex(nullptr, kTestThreadStack, &RunTests, &run, 0, nullptr)));
+    if (!thread) {
+        std::fprintf(stderr, "test main: cannot start the test thread (errno %d)\n", errno);
+        return 1;
     }
-    ::WaitForSingleObject(thread, INFINITE);
-    ::CloseHandle(thread);
-    // The watcher (and any thread a test left behind) gets up to 5 s to end.
-    for (int waited = 0; waited < 5000 && ThreadCount() > threadsBefore; waited += 10) {
-        ::Sleep(10);
+    ::WaitForSingleObject(thread.get(), INFINITE);
+    std::vector<HANDLE> watchers;
+    for (const auto& watcher : run.watchers) {
+        if (watcher) {
+            watchers.push_back(watcher.get());
+        }
     }
-    return result;
+    if (watchers.size() != 1) {
+        std::fprintf(stderr, "test main: expected one watcher thread of the test thread, found %u\n",
+                     static_cast<unsigned>(watchers.size()));
+        return 1;
+    }
+    const DWORD waited = ::WaitForMultipleObjects(static_cast<DWORD>(watchers.size()),
+                                                  watchers.data(), TRUE, kWatcherBoundMs);
+    if (waited != WAIT_OBJECT_0) {
+        std::fprintf(stderr,
+                     "test main: the test thread's watcher did not end within %lu ms "
+                     "(wait result %lu, error %lu)\n",
+                     kWatcherBoundMs, waited, ::GetLastError());
+        return 1;
+    }
+    return run.result;
 }

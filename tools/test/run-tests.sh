@@ -51,7 +51,4 @@ elif mountpoint -q "$rofs"; then
 fi
 
 cd "$build"
-# A test that fails is run once more before the run fails: Wine now and then
-# dies in process exit while it stops a test program's second thread (see
-# tests/support/TestMain.cpp); the first failure stays in the output.
-ctest --output-on-failure -j "$(nproc)" --repeat until-pass:2 "$@"
+ctest --output-on-failure -j "$(nproc)" "$@"
