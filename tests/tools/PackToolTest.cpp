@@ -43,7 +43,7 @@ protected:
         fs::create_directories(working);
         return orvik::testing::Run(Quoted(installer) + L" " + Quoted(working), scratch_.Path());
     }
-    std::wstring Template() const { return Quoted(bin_ / L"payload_probe.exe"); }
+    std::wstring Template() const { return Quoted(bin_ / ORVIK_PAYLOAD_PROBE_NAME); }
     void MakePayloadFolder(const fs::path& root, int files) {
         fs::create_directories(root / L"packages" / L"deep" / L"er");
         WriteBytes(root / L"Install.exe", RandomBytes(200000, 1));
