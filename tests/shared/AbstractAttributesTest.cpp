@@ -23,43 +23,31 @@ public:
     std::map<std::wstring, std::wstring> values;
 };
 
+struct Row {
+    const wchar_t* text;
+    std::optional<bool> boolean;
+    std::optional<std::int64_t> number;
+};
+
 // Each text as a boolean and as a number; a value that is neither raises
 // with the attribute's name and text.
 TEST(AbstractAttributesTest, TypedValuesParseOrRaise) {
-    const struct {
-        const wchar_t* text;
-        std::optional<bool> boolean;
-        std::optional<std::int64_t> number;
-    } rows[] = {{L"true", true, {}},
-                {L"TRUE", true, {}},
-                {L" yes ", true, {}},
-                {L"On", true, {}},
-                {L"1", true, 1},
-                {L"false", false, {}},
-                {L"No", false, {}},
-                {L"OFF", false, {}},
-                {L"0", false, 0},
-                {L"\tfalse", false, {}},
-                {L"", {}, {}},
-                {L"2", {}, 2},
-                {L"truee", {}, {}},
-                {L"y", {}, {}},
-                {L"t rue", {}, {}},
-                {L"-1", {}, -1},
-                {L" +42 ", {}, 42},
-                {L"-7", {}, -7},
-                {L"9223372036854775807", {}, INT64_MAX},
-                {L"-9223372036854775808", {}, INT64_MIN},
-                {L"9223372036854775808", {}, {}},
-                {L"-9223372036854775809", {}, {}},
-                {L"-", {}, {}},
-                {L"+", {}, {}},
-                {L"1.5", {}, {}},
-                {L"12a", {}, {}},
-                {L"0x10", {}, {}},
-                {L"1 2", {}, {}}};
+    constexpr std::nullopt_t no = std::nullopt;
+    const Row rows[] = {
+        {L"true", true, no}, {L"TRUE", true, no},     {L" yes ", true, no}, {L"On", true, no},
+        {L"1", true, 1},     {L"false", false, no},   {L"No", false, no},   {L"OFF", false, no},
+        {L"0", false, 0},    {L"\tfalse", false, no}, {L"", no, no},        {L"2", no, 2},
+        {L"truee", no, no},  {L"y", no, no},          {L"t rue", no, no},   {L"-1", no, -1},
+        {L" +42 ", no, 42},  {L"-7", no, -7},         {L"-", no, no},       {L"+", no, no},
+        {L"1.5", no, no},    {L"12a", no, no},        {L"0x10", no, no},    {L"1 2", no, no}};
+    const Row limits[] = {{L"9223372036854775807", no, INT64_MAX},
+                          {L"-9223372036854775808", no, INT64_MIN},
+                          {L"9223372036854775808", no, no},
+                          {L"-9223372036854775809", no, no}};
     const std::wstring source = L"source\\shared\\AbstractAttributes";
-    for (const auto& row : rows) {
+    std::vector<Row> all(std::begin(rows), std::end(rows));
+    all.insert(all.end(), std::begin(limits), std::end(limits));
+    for (const Row& row : all) {
         SCOPED_TRACE(::testing::PrintToString(std::wstring(row.text)));
         EXPECT_EQ(row.boolean, ParseBoolean(row.text));
         EXPECT_EQ(row.number, ParseNumber(row.text));

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
-#include <random>
 
 #include <boost/filesystem/operations.hpp>
 
@@ -28,6 +27,7 @@ using orvik::testing::Format;
 using orvik::testing::ReadBytes;
 using orvik::testing::WriteArchive;
 
+// Records every progress notification; answers cancel queries with `cancel`.
 class RecordingCallback : public NotificationCallbackInterface {
 public:
     bool IsCancelRequested() override {
@@ -42,21 +42,22 @@ public:
         targets.push_back(target);
         sources.push_back(source);
     }
-    bool Query(std::int32_t, std::int32_t, std::int32_t) override {
-        ++otherCalls;
-        return false;
-    }
+    bool Query(std::int32_t, std::int32_t, std::int32_t) override { return ++otherCalls < 0; }
     bool cancel = false;
-    int cancelQueries = 0;
-    int otherCalls = 0;
+    int cancelQueries = 0, otherCalls = 0;
     std::vector<std::int32_t> kinds;
     std::vector<double> percents;
-    std::vector<std::wstring> targets;
-    std::vector<std::wstring> sources;
+    std::vector<std::wstring> targets, sources;
 };
 
-using orvik::testing::CodeOf;
 using orvik::testing::RandomBytes;
+
+// A raise written over two lines records its first line with GCC, its last with clang.
+#ifdef __clang__
+constexpr std::int32_t kLaterLine = 1;
+#else
+constexpr std::int32_t kLaterLine = 0;
+#endif
 
 class ArchiveManagerTest : public ::testing::Test {
 protected:
@@ -142,24 +143,34 @@ TEST_F(ArchiveManagerTest, UnpacksEveryKindByteForByte) {
         } else {
             Make(row.name, row.type, row.compression, row.items);
         }
-        callback_.targets.clear();
+        callback_ = RecordingCallback();
         Unpack(source, row.type, row.compression);
         EXPECT_EQ(row.expected, Unpacked());
         EXPECT_EQ(row.items.empty(), callback_.targets.empty());
+        // The public form's tracker has no total: every notification says 0 %.
+        EXPECT_EQ(std::vector<std::int32_t>(callback_.targets.size(), 10), callback_.kinds);
+        EXPECT_EQ(std::vector<double>(callback_.targets.size(), 0.0), callback_.percents);
+        EXPECT_EQ(std::vector<std::wstring>(callback_.targets.size(), source.wstring()),
+                  callback_.sources);
     }
     EXPECT_EQ((destination_ / L"bin/tool.exe").make_preferred().wstring(), callback_.targets[0]);
 }
 
-// The writer restores modes, so an entry without write bits is read-only
-// whether or not readOnly asks for it; other entries stay writeable.
-TEST_F(ArchiveManagerTest, ReadOnlyEntriesAreReadOnlyAskedOrNot) {
+// Entries without write bits are made read-only when asked; others stay
+// writeable. The POSIX writer restores modes itself, so there they are
+// read-only either way.
+TEST_F(ArchiveManagerTest, ReadOnlyEntriesStayWriteableUnlessAsked) {
     const fs::path archive = Make(L"p.tar", kArchiveTar, kCompressionNone,
                                   {{"ro.txt", "r", 0444}, {"rw.txt", "w", 0644}});
     for (const bool asked : {true, false}) {
         fs::remove_all(destination_);
         Unpack(archive, kArchiveTar, kCompressionNone, {}, asked);
-        EXPECT_EQ(fs::perms(0444), fs::status(destination_ / L"ro.txt").permissions() & 0777)
-            << asked;
+#ifdef _WIN32
+        const fs::perms expected = asked ? fs::perms(0444) : fs::perms(0666);
+#else
+        const fs::perms expected = fs::perms(0444);
+#endif
+        EXPECT_EQ(expected, fs::status(destination_ / L"ro.txt").permissions() & 0777) << asked;
         EXPECT_TRUE(fs::status(destination_ / L"rw.txt").permissions() & fs::owner_write) << asked;
     }
 }
@@ -192,20 +203,14 @@ TEST_F(ArchiveManagerTest, CancellingStillWalksTheWholeArchive) {
     EXPECT_EQ(0, callback_.otherCalls);
 }
 
-TEST_F(ArchiveManagerTest, ProgressOfThePublicFormIsZeroAndThrottled) {
+TEST_F(ArchiveManagerTest, PublicFormThrottlesNotificationsButAlwaysTellsTheFirst) {
     std::vector<ArchiveItem> many;
     for (int i = 0; i < 300; ++i) {
         many.push_back({"f" + std::to_string(i), "x"});
     }
-    const fs::path archive = Make(L"p.tar", kArchiveTar, kCompressionNone, many);
-    Unpack(archive, kArchiveTar, kCompressionNone);
+    Unpack(Make(L"p.tar", kArchiveTar, kCompressionNone, many), kArchiveTar, kCompressionNone);
     ASSERT_FALSE(callback_.targets.empty());
-    EXPECT_LT(callback_.targets.size(), many.size());  // throttled to one per 16 ms
-    for (size_t i = 0; i < callback_.kinds.size(); ++i) {
-        EXPECT_EQ(10, callback_.kinds[i]);
-        EXPECT_EQ(0.0, callback_.percents[i]);
-        EXPECT_EQ(archive.wstring(), callback_.sources[i]);
-    }
+    EXPECT_LT(callback_.targets.size(), many.size());  // at most one per 16 ms
     EXPECT_EQ((destination_ / L"f0").wstring(), callback_.targets[0]);
 }
 
@@ -262,10 +267,13 @@ TEST_F(ArchiveManagerTest, FailuresRaiseTheirCodeArgumentsAndLine) {
          {-125200, {L"progressTracker", L"NULL", name}, file, 256},
          0},
         {[&] { unpack(&callback_, source, out, &tracker, 3, 0); },
-         {-125201, {L"archiveType", L"3", L"GetSourceArchiveForUnarchive"}, file, 166},
+         {-125201, {L"archiveType", L"3", L"GetSourceArchiveForUnarchive"}, file, 165 + kLaterLine},
          0},
         {[&] { unpack(&callback_, source, out, &tracker, 2, 7); },
-         {-125201, {L"compressionType", L"7", L"GetSourceArchiveForUnarchive"}, file, 181},
+         {-125201,
+          {L"compressionType", L"7", L"GetSourceArchiveForUnarchive"},
+          file,
+          180 + kLaterLine},
          0},
         {[&] { unpack(&callback_, missing, out, &tracker, 2, 1); },
          {-125024, {missing, L"2", RuntimeErrorText(2)}, file, 140},
@@ -291,9 +299,18 @@ TEST_F(ArchiveManagerTest, FailuresRaiseTheirCodeArgumentsAndLine) {
 #ifdef _WIN32
     // A source another process holds without sharing is denied to the C
     // runtime's probe; a target held so is denied to the library's writer.
-    const auto held = orvik::testing::HoldWithoutSharing(source);
-    orvik::testing::ExpectThrows([&] { Unpack(source, kArchiveTar, kCompressionNone); },
-                                 {-125048, {source}, file, 138});
+    {
+        const auto held = orvik::testing::HoldWithoutSharing(source);
+        orvik::testing::ExpectThrows([&] { Unpack(source, kArchiveTar, kCompressionNone); },
+                                     {-125048, {source}, file, 138});
+    }
+    Unpack(source, kArchiveTar, kCompressionNone);
+    const auto held = orvik::testing::HoldWithoutSharing(destination_ / L"a");
+    ASSERT_TRUE(held);
+    if (const auto e =
+            orvik::testing::Thrown([&] { Unpack(source, kArchiveTar, kCompressionNone); })) {
+        orvik::testing::ExpectError(*e, {-125213, {e->GetMessageArgument0(), L"13"}, file, 292});
+    }
 #endif
 }
 
@@ -327,7 +344,7 @@ TEST_F(ArchiveManagerTest, FullDiskIsReportedAsSuch) {
     const fs::path archive = Make(L"big.tar", kArchiveTar, kCompressionNone,
                                   {{"big.bin", RandomBytes(2 * 1024 * 1024, 6), 0644}});
     const fs::path destination = fs::path(windowsPath) / fs::unique_path(L"full-%%%%%%%%");
-    EXPECT_EQ(-125121, CodeOf([&] {
+    EXPECT_EQ(-125121, orvik::testing::CodeOf([&] {
         ArchiveManager::Unarchive(&callback_, archive.wstring(), destination.wstring(), {},
                                   kArchiveTar, kCompressionNone, false);
     }));

@@ -60,7 +60,7 @@ TEST(ConfigStoreFileTest, SavesWholeFilesOrLeaveTheOriginal) {
         for (int n = 0; n < row.taken; ++n) {
             WriteBytes(scratch / (L"ini$$" + std::to_wstring(n) + L".TMP").c_str(), "taken");
         }
-        const UniqueHandle lock(row.locked ? HoldWithoutSharing(target) : UniqueHandle());
+        UniqueHandle lock(row.locked ? HoldWithoutSharing(target) : UniqueHandle());
         ConfigStore::Options options;
         options.save = row.save;
         options.maxLineLength = row.lineLimit;
@@ -70,6 +70,7 @@ TEST(ConfigStoreFileTest, SavesWholeFilesOrLeaveTheOriginal) {
                            : "[s]\nk=v\nan-overly-long-key=" + std::string(40, 'v') + "\n");
         const std::wstring path = *row.target == L'\0' ? L"" : target.wstring();
         EXPECT_EQ(row.result, store.Save(path));
+        lock.reset();
         EXPECT_EQ(row.result == 0 ? path : L"", store.LastSavedPath());
         if (row.after != nullptr) {
             EXPECT_EQ(row.after, ReadBytes(target));

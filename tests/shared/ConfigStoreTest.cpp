@@ -15,39 +15,42 @@ using namespace ini;
 using Lines = std::vector<std::string>;
 
 TEST(IniGrammarTest, ClassifiesLines) {
+    constexpr unsigned E = kKeepEmptyValues, C = kColonSeparator;
+    constexpr LineKind blank = LineKind::Blank, note = LineKind::Comment,
+                       section = LineKind::Section, pair = LineKind::KeyValue,
+                       none = LineKind::Unrecognised;
     const struct {
         const char* line;
         unsigned options;
         LineKind kind;
         const char* first;   // section name or key
         const char* second;  // value
-    } rows[] = {
-        {"", 0, LineKind::Blank, "", ""},
-        {" \t ", 0, LineKind::Blank, "", ""},
-        {"; comment", 0, LineKind::Comment, "", ""},
-        {"   ;indented=1", 0, LineKind::Comment, "", ""},
-        {"[settings]", 0, LineKind::Section, "settings", ""},
-        {"  [  Settings Two  ]  trailing", 0, LineKind::Section, "Settings Two", ""},
-        {"[ ]", 0, LineKind::Unrecognised, "", ""},
-        {"[]", 0, LineKind::Unrecognised, "", ""},
-        {"[name", 0, LineKind::Unrecognised, "", ""},
-        {"key=value", 0, LineKind::KeyValue, "key", "value"},
-        {"  key  =  value with  blanks \t", 0, LineKind::KeyValue, "key", "value with  blanks"},
-        {"a=b=c", 0, LineKind::KeyValue, "a", "b=c"},
-        {"key   =", 0, LineKind::Unrecognised, "", ""},
-        {"key   =", kKeepEmptyValues, LineKind::KeyValue, "key", ""},
-        {"key =   ", kKeepEmptyValues, LineKind::KeyValue, "key", ""},
-        {"=value", kKeepEmptyValues, LineKind::Unrecognised, "", ""},
-        {"   = value", 0, LineKind::Unrecognised, "", ""},
-        {"no separator", 0, LineKind::Unrecognised, "", ""},
-        {"a:b", 0, LineKind::Unrecognised, "", ""},
-        {"a:b", kColonSeparator, LineKind::KeyValue, "a", "b"},
-        {"a := b", kColonSeparator, LineKind::KeyValue, "a", "b"},
-        {"a := b", 0, LineKind::KeyValue, "a :", "b"},
-        {"a:b=c", kColonSeparator, LineKind::KeyValue, "a", "b=c"},
-        {"url=http://host", kColonSeparator, LineKind::KeyValue, "url", "http://host"},
-        {"a:", kColonSeparator, LineKind::Unrecognised, "", ""},
-        {"a:=", kColonSeparator | kKeepEmptyValues, LineKind::KeyValue, "a", ""}};
+    } rows[] = {{"", 0, blank, "", ""},
+                {" \t ", 0, blank, "", ""},
+                {"; comment", 0, note, "", ""},
+                {"   ;indented=1", 0, note, "", ""},
+                {"[settings]", 0, section, "settings", ""},
+                {"  [  Settings Two  ]  trailing", 0, section, "Settings Two", ""},
+                {"[ ]", 0, none, "", ""},
+                {"[]", 0, none, "", ""},
+                {"[name", 0, none, "", ""},
+                {"key=value", 0, pair, "key", "value"},
+                {"  key  =  value with  blanks \t", 0, pair, "key", "value with  blanks"},
+                {"a=b=c", 0, pair, "a", "b=c"},
+                {"key   =", 0, none, "", ""},
+                {"key   =", E, pair, "key", ""},
+                {"key =   ", E, pair, "key", ""},
+                {"=value", E, none, "", ""},
+                {"   = value", 0, none, "", ""},
+                {"no separator", 0, none, "", ""},
+                {"a:b", 0, none, "", ""},
+                {"a:b", C, pair, "a", "b"},
+                {"a := b", C, pair, "a", "b"},
+                {"a := b", 0, pair, "a :", "b"},
+                {"a:b=c", C, pair, "a", "b=c"},
+                {"url=http://host", C, pair, "url", "http://host"},
+                {"a:", C, none, "", ""},
+                {"a:=", C | E, pair, "a", ""}};
     for (const auto& row : rows) {
         SCOPED_TRACE(::testing::Message() << "'" << row.line << "' options " << row.options);
         const ParsedLine parsed = ParseLine(row.line, row.options);
@@ -80,56 +83,44 @@ TEST(IniEntryWriterTest, WritesSplitsAndStops) {
         oneEach.push_back("LongKeyName Line00" + std::string(i < 9 ? "0" : "") +
                           std::to_string(i + 1) + "=\"" + tooLong.value[i] + "\"");
     }
-    const struct {
+    struct Row {
         IniEntry entry;
         unsigned options;
         size_t limit;
-        char split;
-        int failAt;
         Lines expected;
-        int result;
-    } rows[] = {
-        {commented, 0, 0, '\0', -1, {"key=value"}, 0},
-        {commented, kSpacedSeparator, 0, '\0', -1, {"key = value"}, 0},
-        {commented, kWriteComments, 0, '\0', -1, {"; first", "; second", "key=value"}, 0},
-        {{"key", "value", {}, '"'}, kSpacedSeparator, 0, '\0', -1, {"key = \"value\""}, 0},
-        {{"key", "", {}, '"'}, 0, 0, '\0', -1, {"key=\"\""}, 0},
-        {{"Path", std::string(20, 'x'), {}, '\0'},
-         0,
-         25,
-         '\0',
-         -1,
-         {"Path=" + std::string(20, 'x')},
-         0},
-        // Chunks of 30 - 4 - 12 = 14, and 28 - 4 - 12 - 2 = 10 (lines exactly 28 long).
+        int result = 0;
+        char split = '\0';
+        int failAt = -1;
+    };
+    // Chunks of 30 - 4 - 12 = 14, of 28 - 4 - 12 - 2 = 10 (lines exactly 28
+    // long), and of 10 ending after their last ';'. For "LongKeyName" 25 is
+    // exactly the overhead 11 + 12 + 2; one more leaves chunks of one.
+    const Row rows[] = {
+        {commented, 0, 0, {"key=value"}},
+        {commented, kSpacedSeparator, 0, {"key = value"}},
+        {commented, kWriteComments, 0, {"; first", "; second", "key=value"}},
+        {{"key", "value", {}, '"'}, kSpacedSeparator, 0, {"key = \"value\""}},
+        {{"key", "", {}, '"'}, 0, 0, {"key=\"\""}},
+        {{"Path", std::string(20, 'x'), {}, '\0'}, 0, 25, {"Path=" + std::string(20, 'x')}},
         {{"Path", "abcdefghijklmnopqrstuvwxyz0123", {}, '\0'},
          0,
          30,
-         '\0',
-         -1,
-         {"Path Line0001=abcdefghijklmn", "Path Line0002=opqrstuvwxyz01", "Path Line0003=23"},
-         0},
+         {"Path Line0001=abcdefghijklmn", "Path Line0002=opqrstuvwxyz01", "Path Line0003=23"}},
         {{"Path", "abcdefghijklmnopqrst", {}, '\''},
          kSpacedSeparator,
          28,
-         '\0',
-         -1,
-         {"Path Line0001 = 'abcdefghij'", "Path Line0002 = 'klmnopqrst'"},
-         0},
-        // Chunks of 10, each ending after its last ';'.
+         {"Path Line0001 = 'abcdefghij'", "Path Line0002 = 'klmnopqrst'"}},
         {{"P", "aa;bbb;cccc;d;eeeeeeeeeeeee", {}, '\0'},
          0,
          23,
-         ';',
-         -1,
          {"P Line0001=aa;bbb;", "P Line0002=cccc;d;", "P Line0003=eeeeeeeeee", "P Line0004=eee"},
-         0},
-        // The limit is exactly the overhead 11 + 12 + 2; one more leaves chunks of one.
-        {tooLong, kWriteComments, 25, '\0', -1, {}, kValueCannotBeSplit},
-        {tooLong, 0, 25, '\0', -1, {}, kValueCannotBeSplit},
-        {tooLong, 0, 26, '\0', -1, oneEach, 0},
-        {alphabet, kWriteComments, 26, '\0', 2, {"; c", "Path Line0001=abcdefghij"}, -28},
-        {alphabet, kWriteComments, 0, '\0', 0, {}, -28}};
+         0,
+         ';'},
+        {tooLong, kWriteComments, 25, {}, kValueCannotBeSplit},
+        {tooLong, 0, 25, {}, kValueCannotBeSplit},
+        {tooLong, 0, 26, oneEach},
+        {alphabet, kWriteComments, 26, {"; c", "Path Line0001=abcdefghij"}, -28, '\0', 2},
+        {alphabet, kWriteComments, 0, {}, -28, '\0', 0}};
     for (const auto& row : rows) {
         SCOPED_TRACE(::testing::Message() << row.entry.key << " limit " << row.limit);
         Lines lines;

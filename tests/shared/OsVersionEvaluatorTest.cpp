@@ -24,28 +24,22 @@ SystemVersion Windows10(std::uint32_t build) {
     return SystemVersion{true, 10, 0, build};
 }
 
+constexpr int GE = kVersionGreaterOrEqual, EQ = kVersionEqual, NE = kVersionNotEqual,
+              LT = kVersionLess, LE = kVersionLessOrEqual, GT = kVersionGreater,
+              ALL = kVersionAlways;
+
+// Minor -1 leaves minor and build out; minor decides before build; codes
+// outside 1..6 are false.
 TEST(OsVersionEvaluatorTest, ComparesAKnownSystemVersion) {
     StrictMock<MockVerifier> verifier;  // never asked while the version is known
     const OsVersionEvaluator evaluator(Windows10(14393), verifier);
     const std::tuple<int, std::int32_t, std::int32_t, std::int32_t, bool> rows[] = {
-        {kVersionGreaterOrEqual, 10, 0, 14393, true},
-        {kVersionGreaterOrEqual, 10, 0, 14394, false},
-        {kVersionGreaterOrEqual, 10, -1, 99999, true},  // minor -1: build not compared either
-        {kVersionGreaterOrEqual, 10, 0, -1, true},
-        {kVersionEqual, 10, 0, 14393, true},
-        {kVersionEqual, 10, 0, 14392, false},
-        {kVersionLess, 10, 0, 14394, true},
-        {kVersionLess, 11, 0, 0, true},
-        {kVersionLess, 6, 3, 99999, false},
-        {kVersionLessOrEqual, 10, 0, 14393, true},
-        {kVersionGreater, 6, 3, 9600, true},
-        {kVersionGreater, 10, 0, 14393, false},
-        {kVersionGreater, 10, 1, 0, false},  // minor decides before build
-        {kVersionNotEqual, 10, 0, 14393, false},
-        {kVersionNotEqual, 10, 0, 1, true},
-        {kVersionAlways, -5, -1, -1, true},
-        {kVersionEqual, -1, 0, 0, false},
-        {8, 10, 0, 14393, false},
+        {GE, 10, 0, 14393, true}, {GE, 10, 0, 14394, false}, {GE, 10, -1, 99999, true},
+        {GE, 10, 0, -1, true},    {EQ, 10, 0, 14393, true},  {EQ, 10, 0, 14392, false},
+        {LT, 10, 0, 14394, true}, {LT, 11, 0, 0, true},      {LT, 6, 3, 99999, false},
+        {LE, 10, 0, 14393, true}, {GT, 6, 3, 9600, true},    {GT, 10, 0, 14393, false},
+        {GT, 10, 1, 0, false},    {NE, 10, 0, 14393, false}, {NE, 10, 0, 1, true},
+        {ALL, -5, -1, -1, true},  {EQ, -1, 0, 0, false},     {8, 10, 0, 14393, false},
         {0, 10, 0, 14393, false}};
     for (const auto& [comparison, major, minor, build, expected] : rows) {
         EXPECT_EQ(expected, evaluator.Evaluate(comparison, major, minor, build))
@@ -53,7 +47,7 @@ TEST(OsVersionEvaluatorTest, ComparesAKnownSystemVersion) {
     }
     // Unknown stored parts are not compared.
     const OsVersionEvaluator partial(SystemVersion{true, 10, SystemVersion::kUnknown, 1}, verifier);
-    EXPECT_TRUE(partial.Evaluate(kVersionEqual, 10, 5, 99999));
+    EXPECT_TRUE(partial.Evaluate(EQ, 10, 5, 99999));
 }
 
 // An unknown version asks the system test (not equal asks for equality and
@@ -63,7 +57,7 @@ TEST(OsVersionEvaluatorTest, UnknownVersionAsksTheSystemTest) {
     const OsVersionEvaluator evaluator(SystemVersion{}, verifier);
     using C = IVersionVerifier;
     using Part = std::optional<std::uint32_t>;
-    constexpr std::uint32_t kOldWinVersion = 1150;
+    constexpr std::uint32_t kOld = 1150;  // the system is older than Windows 10
     const struct {
         int comparison;
         std::int32_t major, minor, build;
@@ -71,16 +65,16 @@ TEST(OsVersionEvaluatorTest, UnknownVersionAsksTheSystemTest) {
         Part minorAsked, buildAsked;
         C::Result answer;
         bool expected;
-    } rows[] = {{kVersionGreaterOrEqual, 10, 0, 14393, C::kGreaterEqual, 0, 14393, {true, 0}, true},
-                {kVersionLess, 6, -1, -1, C::kLess, {}, {}, {true, 0}, true},
-                {kVersionLessOrEqual, 6, 1, -1, C::kLessEqual, 1, {}, {true, 0}, true},
-                {kVersionGreater, 5, 0, 0, C::kGreater, 0, 0, {true, 0}, true},
-                {kVersionGreater, 5, 0, 0, C::kGreater, 0, 0, {false, 0}, false},
-                {kVersionNotEqual, 10, 0, 0, C::kEqual, 0, 0, {true, 0}, false},
-                {kVersionNotEqual, 10, 0, 0, C::kEqual, 0, 0, {false, kOldWinVersion}, true},
-                {kVersionEqual, 10, 0, 0, C::kEqual, 0, 0, {false, kOldWinVersion}, false},
-                {kVersionNotEqual, 10, 0, 0, C::kEqual, 0, 0, {false, 87}, false},
-                {kVersionEqual, 10, 0, 0, C::kEqual, 0, 0, {false, 87}, false}};
+    } rows[] = {{GE, 10, 0, 14393, C::kGreaterEqual, 0, 14393, {true, 0}, true},
+                {LT, 6, -1, -1, C::kLess, {}, {}, {true, 0}, true},
+                {LE, 6, 1, -1, C::kLessEqual, 1, {}, {true, 0}, true},
+                {GT, 5, 0, 0, C::kGreater, 0, 0, {true, 0}, true},
+                {GT, 5, 0, 0, C::kGreater, 0, 0, {false, 0}, false},
+                {NE, 10, 0, 0, C::kEqual, 0, 0, {true, 0}, false},
+                {NE, 10, 0, 0, C::kEqual, 0, 0, {false, kOld}, true},
+                {EQ, 10, 0, 0, C::kEqual, 0, 0, {false, kOld}, false},
+                {NE, 10, 0, 0, C::kEqual, 0, 0, {false, 87}, false},
+                {EQ, 10, 0, 0, C::kEqual, 0, 0, {false, 87}, false}};
     for (const auto& row : rows) {
         SCOPED_TRACE(::testing::Message() << row.comparison << " " << row.answer.error);
         EXPECT_CALL(verifier, Verify(row.condition, static_cast<std::uint32_t>(row.major),
@@ -90,9 +84,9 @@ TEST(OsVersionEvaluatorTest, UnknownVersionAsksTheSystemTest) {
                   evaluator.Evaluate(row.comparison, row.major, row.minor, row.build));
         ::testing::Mock::VerifyAndClearExpectations(&verifier);
     }
-    EXPECT_TRUE(evaluator.Evaluate(kVersionAlways, 10, 0, 0));
+    EXPECT_TRUE(evaluator.Evaluate(ALL, 10, 0, 0));
     EXPECT_FALSE(evaluator.Evaluate(9, 10, 0, 0));
-    EXPECT_FALSE(evaluator.Evaluate(kVersionGreater, -1, 0, 0));
+    EXPECT_FALSE(evaluator.Evaluate(GT, -1, 0, 0));
 }
 
 class FakeRegistry : public IRegistryValueReader {
