@@ -121,8 +121,8 @@ TEST_F(ArchiveManagerTest, UnpacksEveryKindByteForByte) {
         {L"p.a",
          kArchiveAr,
          kCompressionGzip,
-         {{"1", "1"}, {"2.b", "22"}},
-         {{L"1", "1"}, {L"2.b", "22"}}},
+         {{"a", "1"}, {"b", "22"}},
+         {{L"a", "1"}, {L"b", "22"}}},
         // A raw stream is named after the source, without its extension.
         {L"notes.txt.gz", kArchiveRaw, kCompressionGzip, {{"x", text}}, {{L"notes.txt", text}}},
         {L"empty.bin", kArchiveTar, kCompressionGzip, {}, {}},
