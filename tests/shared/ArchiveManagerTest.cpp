@@ -249,35 +249,26 @@ TEST_F(ArchiveManagerTest, FailuresRaiseTheirCodeArgumentsAndLine) {
     orvik::testing::WriteBytes(cut, whole.substr(0, whole.size() / 2));
     const std::wstring name = L"orvik::pkgshared::ArchiveManager::Unarchive";
     const std::wstring file = L"source\\shared\\ArchiveManager";
+    const std::wstring get = L"GetSourceArchiveForUnarchive";
     const struct {
         std::function<void()> call;
         orvik::testing::ExpectedError expected;
-        size_t fromLibrary;
+        size_t fromLibrary = 0;
     } rows[] = {
         {[&] { unpack(nullptr, source, out, &tracker, 2, 0); },
-         {-125200, {L"pNotificationCallback", L"NULL", name}, file, 247},
-         0},
+         {-125200, {L"pNotificationCallback", L"NULL", name}, file, 247}},
         {[&] { unpack(&callback_, L"", out, &tracker, 2, 0); },
-         {-125200, {L"sourceFile", L"NULL", name}, file, 250},
-         0},
+         {-125200, {L"sourceFile", L"NULL", name}, file, 250}},
         {[&] { unpack(&callback_, source, L"", &tracker, 2, 0); },
-         {-125200, {L"destinationFolder", L"NULL", name}, file, 253},
-         0},
+         {-125200, {L"destinationFolder", L"NULL", name}, file, 253}},
         {[&] { unpack(&callback_, source, out, nullptr, 2, 0); },
-         {-125200, {L"progressTracker", L"NULL", name}, file, 256},
-         0},
+         {-125200, {L"progressTracker", L"NULL", name}, file, 256}},
         {[&] { unpack(&callback_, source, out, &tracker, 3, 0); },
-         {-125201, {L"archiveType", L"3", L"GetSourceArchiveForUnarchive"}, file, 165 + kLaterLine},
-         0},
+         {-125201, {L"archiveType", L"3", get}, file, 165 + kLaterLine}},
         {[&] { unpack(&callback_, source, out, &tracker, 2, 7); },
-         {-125201,
-          {L"compressionType", L"7", L"GetSourceArchiveForUnarchive"},
-          file,
-          180 + kLaterLine},
-         0},
+         {-125201, {L"compressionType", L"7", get}, file, 180 + kLaterLine}},
         {[&] { unpack(&callback_, missing, out, &tracker, 2, 1); },
-         {-125024, {missing, L"2", RuntimeErrorText(2)}, file, 140},
-         0},
+         {-125024, {missing, L"2", RuntimeErrorText(2)}, file, 140}},
         {[&] { Unpack(noise, kArchiveTar, kCompressionGzip); }, {-125026, {L""}, file, 191}, 1},
         {[&] { Unpack(notTar, kArchiveTar, kCompressionGzip); }, {-125026, {L""}, file, 191}, 1},
         {[&] { ArchiveManager::ReadEntries(cut.wstring(), kArchiveTar, kCompressionGzip); },
