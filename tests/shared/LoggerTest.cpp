@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <map>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -98,12 +100,20 @@ TEST_F(LoggerTest, DisabledLoggingCreatesNoFile) {
     EXPECT_TRUE(fs::is_empty(scratch_ / L"OrvikPkgLogs"));
 }
 
+// Both writers start only once both are running, so their calls overlap;
+// every line comes out whole and each writer's lines in their order.
 TEST_F(LoggerTest, TwoThreadsWriteWholeLines) {
     logger_.Initialize(session_);
     MakeLogsDirectory();
-    auto writer = [this](const wchar_t* source) {
-        for (int i = 0; i < 200; ++i) {
-            logger_.Log(source, 0, L"line " + std::to_wstring(i));
+    constexpr int kLines = 1000;
+    std::atomic<int> arrived{0};
+    auto writer = [&](const wchar_t* source) {
+        ++arrived;
+        while (arrived.load() < 2) {
+            std::this_thread::yield();
+        }
+        for (int i = 0; i < kLines; ++i) {
+            logger_.Log(source, 0, L"line " + std::to_wstring(i) + L" " + std::wstring(60, L'x'));
         }
     };
     std::thread first(writer, L"first");
@@ -111,10 +121,13 @@ TEST_F(LoggerTest, TwoThreadsWriteWholeLines) {
     first.join();
     second.join();
     const std::vector<std::string> lines = Lines(ReadBytes(logger_.GetLogFilePath()));
-    ASSERT_EQ(400u, lines.size());
-    const std::regex whole("[0-9:. ]{15} (first|second): line \\d+");
+    ASSERT_EQ(2u * kLines, lines.size());
+    const std::regex whole("[0-9:. ]{15} (first|second): line (\\d+) x{60}");
+    std::map<std::string, int> next;
     for (const std::string& line : lines) {
-        EXPECT_TRUE(std::regex_match(line, whole)) << line;
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(line, match, whole)) << line;
+        EXPECT_EQ(next[match[1]]++, std::stoi(match[2])) << line;
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include "shared/utils/FileVersion.h"
 #include "shared/utils/OsUtils.h"
+#include "shared/utils/WinResources.h"
 #include "support/ScratchDirectory.h"
 
 namespace orvik::pkgshared {
@@ -32,9 +33,15 @@ TEST(FileVersionTest, FilesWithoutVersionKeepTheCallersVersion) {
     EXPECT_EQ(L"1.2.3", version.ToString());
 }
 
-TEST(OsUtilsTest, TestProcessRunsElevated) {
-    // Wine gives every process an elevated token.
-    EXPECT_TRUE(osutils::IsElevated());
+// Whatever this process's token says, read here on its own.
+TEST(OsUtilsTest, ElevationIsWhatTheProcessTokenReports) {
+    HANDLE token = nullptr;
+    ASSERT_TRUE(::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token));
+    const UniqueHandle owned(token);
+    TOKEN_ELEVATION elevation{};
+    DWORD size = 0;
+    ASSERT_TRUE(::GetTokenInformation(token, TokenElevation, &elevation, sizeof(elevation), &size));
+    EXPECT_EQ(elevation.TokenIsElevated != 0, osutils::IsElevated());
 }
 
 }  // namespace

@@ -61,33 +61,24 @@ TEST_F(PathUtilsTest, MakeWriteableReportsAFailureInTheGivenMode) {
     EXPECT_GT(reporter_.reports[0].second.size(), prefix.size());
 }
 
-TEST_F(PathUtilsTest, DeletesATreeWithReadOnlyEntries) {
+// A tree with read-only entries, a single read-only file, a missing and an
+// empty path: all end up absent, silently, and nothing else goes.
+TEST_F(PathUtilsTest, DeletesTreesAndFilesWithReadOnlyEntries) {
     const fs::path root = scratch_ / L"tree";
     fs::create_directories(root / L"a" / L"b");
-    WriteBytes(root / L"top.txt", "1");
-    WriteBytes(root / L"a" / L"b" / L"deep.txt", "2");
-    SetReadOnly(root / L"top.txt");
-    SetReadOnly(root / L"a" / L"b" / L"deep.txt");
+    for (const fs::path& file :
+         {root / L"top.txt", root / L"a\\b\\deep.txt", scratch_ / L"one.txt"}) {
+        WriteBytes(file, "1");
+        SetReadOnly(file);
+    }
     SetReadOnly(root / L"a");
-    pathutils::DeleteEntirePath(root, reporter_);
-    EXPECT_FALSE(fs::exists(root));
+    WriteBytes(scratch_ / L"kept.txt", "k");
+    for (const fs::path& path : {root, scratch_ / L"one.txt", scratch_ / L"missing", fs::path()}) {
+        pathutils::DeleteEntirePath(path, reporter_);
+        EXPECT_FALSE(fs::exists(path)) << path;
+    }
     EXPECT_TRUE(reporter_.reports.empty());
-}
-
-TEST_F(PathUtilsTest, DeletesASingleReadOnlyFile) {
-    const fs::path file = scratch_ / L"single.txt";
-    WriteBytes(file, "x");
-    SetReadOnly(file);
-    pathutils::DeleteEntirePath(file, reporter_);
-    EXPECT_FALSE(fs::exists(file));
-    EXPECT_TRUE(reporter_.reports.empty());
-}
-
-TEST_F(PathUtilsTest, MissingOrEmptyPathsDoNothing) {
-    pathutils::DeleteEntirePath(scratch_ / L"missing", reporter_);
-    pathutils::DeleteEntirePath(fs::path(), reporter_);
-    EXPECT_TRUE(reporter_.reports.empty());
-    EXPECT_TRUE(fs::exists(scratch_.Path()));
+    EXPECT_TRUE(fs::exists(scratch_ / L"kept.txt"));
 }
 
 TEST_F(PathUtilsTest, FileHeldOpenIsReportedAndTheRestGoesOn) {
@@ -106,6 +97,7 @@ TEST_F(PathUtilsTest, FileHeldOpenIsReportedAndTheRestGoesOn) {
         L"pathutils::DeleteEntirePath: Boost file system function 'remove_all' returned error code";
     EXPECT_EQ(prefix, reporter_.reports[0].second.substr(0, prefix.size()));
     EXPECT_TRUE(fs::exists(root / L"held.txt"));
+    EXPECT_FALSE(fs::exists(root / L"free.txt"));
 }
 
 }  // namespace
