@@ -42,19 +42,17 @@ protected:
 };
 
 TEST_F(PathGuideTest, MissingValuesAnswerFalseOrEmptyAndLeaveTheOutput) {
-    std::wstring out = L"untouched";
-    EXPECT_FALSE(guide_.GetInstallDirectory(out));
-    EXPECT_FALSE(guide_.GetInternalCAPIFullPath(out));
-    EXPECT_FALSE(guide_.GetGUIExecutableFullPath(out));
-    EXPECT_FALSE(guide_.GetUninstallUtilityExecutableFullPath(out));
-    EXPECT_FALSE(guide_.GetDeploymentSupportDirectory(out));
-    EXPECT_FALSE(guide_.GetPackagesDirectory(out));
-    EXPECT_FALSE(guide_.GetUpgraderExecutableFullPath(out));
-    EXPECT_EQ(L"untouched", out);
-    EXPECT_EQ(L"", guide_.GetMSIPropertiesFullPath());
-    EXPECT_EQ(L"", guide_.GetMSIPropertiesVersion().ToString());
-    EXPECT_EQ(L"", guide_.GetGUIExecutableName());
-    EXPECT_EQ(L"", guide_.GetNativeAPIName());
+    for (const auto get :
+         {&PathGuide::GetInstallDirectory, &PathGuide::GetInternalCAPIFullPath,
+          &PathGuide::GetGUIExecutableFullPath, &PathGuide::GetUninstallUtilityExecutableFullPath,
+          &PathGuide::GetDeploymentSupportDirectory, &PathGuide::GetPackagesDirectory,
+          &PathGuide::GetUpgraderExecutableFullPath}) {
+        std::wstring out = L"untouched";
+        EXPECT_FALSE((guide_.*get)(out));
+        EXPECT_EQ(L"untouched", out);
+    }
+    EXPECT_EQ(L"", guide_.GetMSIPropertiesFullPath() + guide_.GetGUIExecutableName() +
+                       guide_.GetNativeAPIName() + guide_.GetMSIPropertiesVersion().ToString());
 }
 
 TEST_F(PathGuideTest, ReadsValuesOfItsOwnViewOnly) {
@@ -174,10 +172,11 @@ TEST_F(PathGuideTest, ModuleAndSystemLocations) {
     const std::wstring module = guide_.GetModuleFilePath();
     EXPECT_EQ(L"path_guide_tests.exe", fs::path(module).filename().wstring());
     EXPECT_EQ(module, guide_.GetProcessExecutablePath());
-    EXPECT_TRUE(fs::is_directory(guide_.GetTempDirectory()));
-    EXPECT_TRUE(fs::is_directory(guide_.GetTempDirectoryFromSystem()));
-    EXPECT_TRUE(fs::is_directory(guide_.GetWindowsDirectory()));
-    EXPECT_TRUE(fs::is_directory(guide_.GetProfileDirectory()));
+    for (const std::wstring& directory :
+         {guide_.GetTempDirectory(), guide_.GetTempDirectoryFromSystem(),
+          guide_.GetWindowsDirectory(), guide_.GetProfileDirectory()}) {
+        EXPECT_TRUE(fs::is_directory(directory)) << directory;
+    }
 }
 
 TEST_F(PathGuideTest, UniqueTempPathsDifferAndFollowThePattern) {

@@ -1,21 +1,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "shared/ExceptionFamily.h"
 #include "shared/SystemInfo/SecurityProvidersInformation.h"
-#include "support/TestData.h"
+#include "support/Thrown.h"
 #include "support/WindowsApiMocks.h"
 
 namespace OrvikPkg::SystemInfo {
 namespace {
 
-using orvik::testing::Caught;
 using ::testing::_;
 using ::testing::Return;
-using ::testing::StrictMock;
 
 // Reference counting and the IDispatch part every fake shares.
 template <typename Interface>
@@ -36,8 +35,7 @@ public:
                                      UINT*) override {
         return E_NOTIMPL;
     }
-    // The test's own reference.
-    ULONG references = 1;
+    ULONG references = 1;  // the test's own
 };
 
 class FakeProduct : public FakeDispatch<IWscProduct> {
@@ -59,8 +57,7 @@ public:
     HRESULT STDMETHODCALLTYPE get_ProductStateTimestamp(BSTR*) override { return E_NOTIMPL; }
     std::wstring name;
     WSC_SECURITY_PRODUCT_STATE state;
-    HRESULT nameResult = S_OK;
-    HRESULT stateResult = S_OK;
+    HRESULT nameResult = S_OK, stateResult = S_OK;
 };
 
 class FakeProductList : public FakeDispatch<IWSCProductList> {
@@ -83,29 +80,27 @@ public:
     }
     std::vector<FakeProduct*> products;
     std::vector<ULONG> providers;
-    HRESULT initializeResult = S_OK;
-    HRESULT countResult = S_OK;
-    HRESULT itemResult = S_OK;
+    HRESULT initializeResult = S_OK, countResult = S_OK, itemResult = S_OK;
 };
 
+// Every CoCreateInstance of the product list answers `createResult` and,
+// when that succeeds, hands out `list`.
 class SecurityProviderLoaderTest : public ::testing::Test {
 protected:
-    void SetUp() override { ON_CALL(com, CoInitializeEx(nullptr, 2u)).WillByDefault(Return(S_OK)); }
-    // Every CoCreateInstance of the product list hands out `list`.
-    void Offer(HRESULT result = S_OK) {
+    void SetUp() override {
+        ON_CALL(com, CoInitializeEx(nullptr, 2u)).WillByDefault(Return(S_OK));
+        Offer();
+    }
+    void Offer() {
         EXPECT_CALL(com, CoCreateInstance(_, nullptr, CLSCTX_INPROC_SERVER, _, _))
-            .WillRepeatedly([this, result](REFCLSID classId, LPUNKNOWN, DWORD, REFIID interfaceId,
-                                           LPVOID* object) {
+            .WillRepeatedly([this](REFCLSID classId, LPUNKNOWN, DWORD, REFIID interfaceId,
+                                   LPVOID* object) {
                 EXPECT_TRUE(::IsEqualGUID(classId, CLSID_WSCProductList));
                 EXPECT_TRUE(::IsEqualGUID(interfaceId, IID_IWSCProductList));
                 ++created;
-                if (FAILED(result)) {
-                    *object = nullptr;
-                    return result;
-                }
-                list.AddRef();
-                *object = static_cast<IWSCProductList*>(&list);
-                return S_OK;
+                *object = SUCCEEDED(createResult) ? static_cast<IWSCProductList*>(&list) : nullptr;
+                list.references += SUCCEEDED(createResult) ? 1 : 0;
+                return createResult;
             });
     }
     // Each load initialises COM and undoes it.
@@ -114,38 +109,37 @@ protected:
         EXPECT_CALL(com, CoUninitialize()).Times(rounds);
     }
 
-    StrictMock<orvik::testing::MockComApi> com;
+    ::testing::StrictMock<orvik::testing::MockComApi> com;
     FakeProductList list;
+    HRESULT createResult = S_OK;
     int created = 0;
 };
 
-TEST_F(SecurityProviderLoaderTest, ProductsInOrderEnabledOnlyWhenOn) {
+TEST_F(SecurityProviderLoaderTest, ProductsInOrderEnabledOnlyWhenOnAndEveryReferenceGivenBack) {
     FakeProduct on(L"Shield \u00e9", WSC_SECURITY_PRODUCT_STATE_ON);
     FakeProduct off(L"Off", WSC_SECURITY_PRODUCT_STATE_OFF);
     FakeProduct snoozed(L"Snoozed", WSC_SECURITY_PRODUCT_STATE_SNOOZED);
     FakeProduct expired(L"Expired", WSC_SECURITY_PRODUCT_STATE_EXPIRED);
     list.products = {&snoozed, &on, &expired, &off};
-    Offer();
     ExpectComRounds(1);
     SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTIVIRUS);
     const SecurityProductList& products = loader.Get();
     EXPECT_EQ(SecurityProductList::kLoaded, products.status);
-    ASSERT_EQ(4u, products.products.size());
-    EXPECT_EQ(L"Snoozed", products.products[0].displayName);
-    EXPECT_FALSE(products.products[0].enabled);
-    EXPECT_EQ(L"Shield \u00e9", products.products[1].displayName);
-    EXPECT_TRUE(products.products[1].enabled);
-    EXPECT_FALSE(products.products[2].enabled);
-    EXPECT_FALSE(products.products[3].enabled);
+    std::vector<std::pair<std::wstring, bool>> listed;
+    for (const auto& product : products.products) {
+        listed.emplace_back(product.displayName, product.enabled);
+    }
+    EXPECT_EQ(
+        (std::vector<std::pair<std::wstring, bool>>{
+            {L"Snoozed", false}, {L"Shield \u00e9", true}, {L"Expired", false}, {L"Off", false}}),
+        listed);
     EXPECT_EQ(std::vector<ULONG>{4}, list.providers);
-    // Every reference taken was given back.
-    EXPECT_EQ(1u, list.references);
-    EXPECT_EQ(1u, on.references);
-    EXPECT_EQ(1u, off.references);
+    for (const ULONG references : {list.references, on.references, off.references}) {
+        EXPECT_EQ(1u, references);
+    }
 }
 
 TEST_F(SecurityProviderLoaderTest, EachListAsksForItsKindOnceAndIsCached) {
-    Offer();
     ExpectComRounds(3);
     SecurityProvidersInformation information(com);
     EXPECT_EQ(&information.GetAntivirusProducts(), &information.GetAntivirusProducts());
@@ -156,82 +150,78 @@ TEST_F(SecurityProviderLoaderTest, EachListAsksForItsKindOnceAndIsCached) {
     EXPECT_EQ(3, created);
 }
 
-TEST_F(SecurityProviderLoaderTest, NoSecurityCenterIsAnEmptyUnavailableList) {
-    Offer(REGDB_E_CLASSNOTREG);
-    ExpectComRounds(1);
-    SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_FIREWALL);
-    EXPECT_EQ(SecurityProductList::kNotAvailable, loader.Get().status);
-    EXPECT_TRUE(loader.Get().products.empty());
-    EXPECT_EQ(1, created);  // the answer is cached too
-}
-
-TEST_F(SecurityProviderLoaderTest, StoppedServiceInEitherFormIsStatusTwo) {
-    for (const HRESULT stopped : {static_cast<HRESULT>(0x426), static_cast<HRESULT>(0x80070426)}) {
-        FakeProduct product(L"Never read", WSC_SECURITY_PRODUCT_STATE_ON);
-        list.products = {&product};
-        list.initializeResult = stopped;
-        Offer();
-        ExpectComRounds(1);
+// Statuses that are answers, not errors: an empty list, cached; COM already
+// up in another mode is not undone.
+TEST_F(SecurityProviderLoaderTest, MissingOrStoppedSecurityCenterIsAnEmptyListWithAStatus) {
+    FakeProduct product(L"Never read", WSC_SECURITY_PRODUCT_STATE_ON);
+    list.products = {&product};
+    const struct {
+        HRESULT coInit, create, initialize;
+        SecurityProductList::Status status;
+    } rows[] = {
+        {S_OK, REGDB_E_CLASSNOTREG, S_OK, SecurityProductList::kNotAvailable},
+        {RPC_E_CHANGED_MODE, REGDB_E_CLASSNOTREG, S_OK, SecurityProductList::kNotAvailable},
+        {S_OK, S_OK, 0x426, SecurityProductList::kServiceNotRunning},
+        {S_OK, S_OK, static_cast<HRESULT>(0x80070426), SecurityProductList::kServiceNotRunning},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::Message() << std::hex << row.create << " " << row.initialize);
+        created = 0;
+        createResult = row.create;
+        list.initializeResult = row.initialize;
+        EXPECT_CALL(com, CoInitializeEx(nullptr, 2u)).WillOnce(Return(row.coInit));
+        EXPECT_CALL(com, CoUninitialize()).Times(row.coInit == S_OK ? 1 : 0);
         SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTISPYWARE);
-        EXPECT_EQ(SecurityProductList::kServiceNotRunning, loader.Get().status);
+        EXPECT_EQ(row.status, loader.Get().status);
         EXPECT_TRUE(loader.Get().products.empty());
+        EXPECT_EQ(1, created);
         EXPECT_EQ(1u, list.references);
         ::testing::Mock::VerifyAndClearExpectations(&com);
+        Offer();
     }
-}
-
-TEST_F(SecurityProviderLoaderTest, ComAlreadyUpInAnotherModeIsLeftAlone) {
-    Offer(REGDB_E_CLASSNOTREG);
-    EXPECT_CALL(com, CoInitializeEx(nullptr, 2u)).WillOnce(Return(RPC_E_CHANGED_MODE));
-    SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTIVIRUS);
-    EXPECT_EQ(SecurityProductList::kNotAvailable, loader.Get().status);
 }
 
 TEST_F(SecurityProviderLoaderTest, FailuresNameTheCallAndAreRetriedNextTime) {
     FakeProduct product(L"Product", WSC_SECURITY_PRODUCT_STATE_ON);
     list.products = {&product};
-    struct Case {
+    const struct {
         std::function<void()> breakIt;
+        HRESULT result;
         const wchar_t* operation;
         std::int32_t line;
+    } rows[] = {
+        {[&] { createResult = E_ACCESSDENIED; }, E_ACCESSDENIED,
+         L"CoCreateInstance(WSCProductList)", 57},
+        {[&] { list.initializeResult = E_ACCESSDENIED; }, E_ACCESSDENIED,
+         L"wscProductList->Initialize", 80},
+        {[&] { list.countResult = E_UNEXPECTED; }, E_UNEXPECTED, L"wscProductList->get_Count", 88},
+        {[&] { list.itemResult = E_INVALIDARG; }, E_INVALIDARG, L"wscProductList->get_Item", 96},
+        {[&] { product.nameResult = E_OUTOFMEMORY; }, E_OUTOFMEMORY, L"wscProduct->get_DisplayName",
+         107},
+        {[&] { product.stateResult = E_FAIL; }, E_FAIL, L"wscProduct->get_ProductState", 115},
     };
-    const std::vector<Case> cases = {
-        {[&] { list.initializeResult = E_ACCESSDENIED; }, L"wscProductList->Initialize", 80},
-        {[&] { list.countResult = E_UNEXPECTED; }, L"wscProductList->get_Count", 88},
-        {[&] { list.itemResult = E_INVALIDARG; }, L"wscProductList->get_Item", 96},
-        {[&] { product.nameResult = E_OUTOFMEMORY; }, L"wscProduct->get_DisplayName", 107},
-        {[&] { product.stateResult = E_FAIL; }, L"wscProduct->get_ProductState", 115},
-    };
-    Offer();
     EXPECT_CALL(com, CoInitializeEx(nullptr, 2u)).Times(::testing::AnyNumber());
     EXPECT_CALL(com, CoUninitialize()).Times(::testing::AnyNumber());
-    for (const Case& c : cases) {
-        list.initializeResult = list.countResult = list.itemResult = S_OK;
+    auto mend = [&] {
+        createResult = list.initializeResult = list.countResult = list.itemResult = S_OK;
         product.nameResult = product.stateResult = S_OK;
-        c.breakIt();
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.operation);
+        mend();
+        row.breakIt();
         SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTIVIRUS);
-        const orvik::pkgshared::Exception e = Caught([&] { loader.Get(); });
-        EXPECT_EQ(orvik::pkgshared::kWindowsFunctionErrorCode, e.GetErrorCode()) << c.operation;
-        EXPECT_EQ(c.operation, e.GetMessageArgument1());
-        EXPECT_EQ(c.line, e.GetLineNumber());
-        EXPECT_STREQ(L"source\\shared\\SystemInfo\\SecurityProviderLoader", e.GetSourceFile());
+        orvik::testing::ExpectThrows(
+            [&] { loader.Get(); },
+            {orvik::pkgshared::kWindowsFunctionErrorCode,
+             {std::to_wstring(static_cast<std::int32_t>(row.result)), row.operation},
+             L"source\\shared\\SystemInfo\\SecurityProviderLoader",
+             row.line});
         EXPECT_EQ(1u, list.references);
         EXPECT_EQ(1u, product.references);
-        // Mended, the next request loads.
-        list.initializeResult = list.countResult = list.itemResult = S_OK;
-        product.nameResult = product.stateResult = S_OK;
+        mend();
         EXPECT_EQ(1u, loader.Get().products.size());
     }
-}
-
-TEST_F(SecurityProviderLoaderTest, RefusedCreationIsAnError) {
-    Offer(E_ACCESSDENIED);
-    ExpectComRounds(1);
-    SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTIVIRUS);
-    const orvik::pkgshared::Exception e = Caught([&] { loader.Get(); });
-    EXPECT_EQ(std::to_wstring(static_cast<std::int32_t>(E_ACCESSDENIED)), e.GetMessageArgument0());
-    EXPECT_EQ(L"CoCreateInstance(WSCProductList)", e.GetMessageArgument1());
-    EXPECT_EQ(57, e.GetLineNumber());
 }
 
 }  // namespace

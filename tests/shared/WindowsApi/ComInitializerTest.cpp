@@ -7,6 +7,7 @@
 #include "shared/WindowsApi/ComInitializer.h"
 #include "shared/WindowsApi/WindowsComApi.h"
 #include "shared/WindowsApi/WindowsErrorHandlingApi.h"
+#include "support/Thrown.h"
 #include "support/WindowsApiMocks.h"
 
 namespace OrvikPkg::WindowsApi {
@@ -17,32 +18,22 @@ using ::testing::StrictMock;
 
 using MockComApi = orvik::testing::MockComApi;
 
-TEST(ComInitializerTest, UninitialisesOnlyWhatItInitialised) {
-    for (const HRESULT result : {S_OK, S_FALSE}) {
+// Uninitialises only what it initialised; other failures raise with the result.
+TEST(ComInitializerTest, UninitialisesOnlyWhatItInitialisedAndRaisesOtherFailures) {
+    for (const HRESULT result : {S_OK, S_FALSE, RPC_E_CHANGED_MODE, E_OUTOFMEMORY}) {
+        SCOPED_TRACE(result);
         StrictMock<MockComApi> api;
         EXPECT_CALL(api, CoInitializeEx(nullptr, 2u)).WillOnce(Return(result));
-        EXPECT_CALL(api, CoUninitialize());
-        const ComInitializer guard(api);
-        EXPECT_TRUE(guard.Initialized());
-    }
-    StrictMock<MockComApi> api;
-    EXPECT_CALL(api, CoInitializeEx(nullptr, 2u)).WillOnce(Return(RPC_E_CHANGED_MODE));
-    const ComInitializer guard(api);  // no CoUninitialize expected
-    EXPECT_FALSE(guard.Initialized());
-}
-
-TEST(ComInitializerTest, OtherFailuresRaiseWithTheResult) {
-    StrictMock<MockComApi> api;
-    EXPECT_CALL(api, CoInitializeEx(nullptr, 2u)).WillOnce(Return(E_OUTOFMEMORY));
-    try {
-        ComInitializer guard(api);
-        FAIL() << "nothing was thrown";
-    } catch (const orvik::pkgshared::WindowsFunctionErrorException& e) {
-        EXPECT_EQ(std::to_wstring(static_cast<std::int32_t>(E_OUTOFMEMORY)),
-                  e.GetMessageArgument0());
-        EXPECT_EQ(L"CoInitializeEx", e.GetMessageArgument1());
-        EXPECT_STREQ(L"source\\shared\\WindowsApi/ComInitializer", e.GetSourceFile());
-        EXPECT_EQ(43, e.GetLineNumber());
+        if (result == E_OUTOFMEMORY) {
+            orvik::testing::ExpectThrows([&] { ComInitializer guard(api); },
+                                         {orvik::pkgshared::kWindowsFunctionErrorCode,
+                                          {std::to_wstring(result), L"CoInitializeEx"},
+                                          L"source\\shared\\WindowsApi/ComInitializer",
+                                          43});
+            continue;
+        }
+        EXPECT_CALL(api, CoUninitialize()).Times(SUCCEEDED(result) ? 1 : 0);
+        EXPECT_EQ(SUCCEEDED(result), ComInitializer(api).Initialized());
     }
 }
 

@@ -4,6 +4,7 @@
 #include "shared/utils/DirectoryPath.h"
 #include "shared/utils/FilePath.h"
 #include "support/ScratchDirectory.h"
+#include "support/Thrown.h"
 
 namespace orvik::pkgshared {
 namespace {
@@ -27,15 +28,13 @@ TEST_F(PathTypesTest, CreateMakesParentsAndAcceptsAnExistingDirectory) {
 TEST_F(PathTypesTest, CreateOverAFileRaisesWithThePath) {
     WriteBytes(scratch_ / L"file", "x");
     const DirectoryPath blocked(scratch_ / L"file\\sub");
-    try {
-        blocked.Create();
-        FAIL() << "nothing was thrown";
-    } catch (const CouldNotCreateDirectoryException& e) {
-        EXPECT_EQ(-125098, e.GetErrorCode());
-        EXPECT_NE(L"0", e.GetMessageArgument0());
-        EXPECT_EQ(blocked.ToString(), e.GetMessageArgument1());
-        EXPECT_FALSE(e.GetMessageArgument2().empty());
-        EXPECT_STREQ(L"source\\shared\\utils\\DirectoryPath", e.GetSourceFile());
+    if (const auto e =
+            orvik::testing::Thrown<CouldNotCreateDirectoryException>([&] { blocked.Create(); })) {
+        EXPECT_EQ(-125098, e->GetErrorCode());
+        EXPECT_NE(L"0", e->GetMessageArgument0());
+        EXPECT_EQ(blocked.ToString(), e->GetMessageArgument1());
+        EXPECT_FALSE(e->GetMessageArgument2().empty());
+        EXPECT_STREQ(L"source\\shared\\utils\\DirectoryPath", e->GetSourceFile());
     }
 }
 
@@ -53,15 +52,13 @@ TEST_F(PathTypesTest, CopyReplacesTheTarget) {
 TEST_F(PathTypesTest, CopyOfAMissingFileRaisesWithBothPaths) {
     const FilePath source(scratch_ / L"missing.bin");
     const FilePath target(scratch_ / L"target.bin");
-    try {
-        source.CopyTo(target);
-        FAIL() << "nothing was thrown";
-    } catch (const CouldNotCopyFileException& e) {
-        EXPECT_EQ(-125099, e.GetErrorCode());
-        EXPECT_EQ(L"2", e.GetMessageArgument0());  // file not found
-        EXPECT_EQ(source.ToString(), e.GetMessageArgument1());
-        EXPECT_EQ(target.ToString(), e.GetMessageArgument2());
-        EXPECT_FALSE(e.GetMessageArgument3().empty());
+    if (const auto e =
+            orvik::testing::Thrown<CouldNotCopyFileException>([&] { source.CopyTo(target); })) {
+        EXPECT_EQ(-125099, e->GetErrorCode());
+        EXPECT_EQ(L"2", e->GetMessageArgument0());  // file not found
+        EXPECT_EQ(source.ToString(), e->GetMessageArgument1());
+        EXPECT_EQ(target.ToString(), e->GetMessageArgument2());
+        EXPECT_FALSE(e->GetMessageArgument3().empty());
     }
 }
 

@@ -30,22 +30,29 @@ protected:
     static HANDLE Fake(uintptr_t value) { return reinterpret_cast<HANDLE>(value); }
 };
 
-TEST_F(UniqueResourceTest, ResetKeepsLastErrorAndErrno) {
+// Closing keeps the caller's last error and errno; null and invalid handles
+// are never closed; release gives up without closing; put closes first.
+TEST_F(UniqueResourceTest, ResetReleaseAndPut) {
+    { NoisyHandle empty, invalid(INVALID_HANDLE_VALUE), null(nullptr); }
+    EXPECT_EQ(0, g_closed);
     NoisyHandle handle(Fake(0x10));
     ::SetLastError(ERROR_ACCESS_DENIED);
     errno = ENOSPC;
     handle.reset();
     EXPECT_EQ(static_cast<DWORD>(ERROR_ACCESS_DENIED), ::GetLastError());
     EXPECT_EQ(ENOSPC, errno);
-    EXPECT_EQ(1, g_closed);
+    EXPECT_EQ(Fake(0x10), g_lastClosed);
     EXPECT_FALSE(handle);
-}
 
-TEST_F(UniqueResourceTest, NullAndInvalidHandleAreNeverClosed) {
-    { NoisyHandle empty; }
-    { NoisyHandle invalid(INVALID_HANDLE_VALUE); }
-    { NoisyHandle null(nullptr); }
-    EXPECT_EQ(0, g_closed);
+    handle.reset(Fake(0x40));
+    EXPECT_EQ(Fake(0x40), handle.release());
+    EXPECT_EQ(1, g_closed);
+    handle.reset(Fake(0x50));
+    HANDLE* slot = handle.put();
+    EXPECT_EQ(Fake(0x50), g_lastClosed);
+    EXPECT_EQ(nullptr, *slot);
+    *slot = Fake(0x60);
+    EXPECT_EQ(Fake(0x60), handle.get());
 }
 
 TEST_F(UniqueResourceTest, OwnershipMovesAndClosesExactlyOnce) {
@@ -53,29 +60,14 @@ TEST_F(UniqueResourceTest, OwnershipMovesAndClosesExactlyOnce) {
         NoisyHandle first(Fake(0x20));
         NoisyHandle second(std::move(first));
         EXPECT_FALSE(first);
-        EXPECT_EQ(Fake(0x20), second.get());
         NoisyHandle third(Fake(0x30));
         third = std::move(second);  // closes 0x30
         EXPECT_EQ(1, g_closed);
         EXPECT_EQ(Fake(0x30), g_lastClosed);
+        EXPECT_EQ(Fake(0x20), third.get());
     }
     EXPECT_EQ(2, g_closed);
     EXPECT_EQ(Fake(0x20), g_lastClosed);
-}
-
-TEST_F(UniqueResourceTest, ReleaseGivesUpAndPutClosesFirst) {
-    NoisyHandle handle(Fake(0x40));
-    EXPECT_EQ(Fake(0x40), handle.release());
-    EXPECT_EQ(0, g_closed);
-
-    handle.reset(Fake(0x50));
-    HANDLE* slot = handle.put();
-    EXPECT_EQ(1, g_closed);
-    EXPECT_EQ(nullptr, *slot);
-    *slot = Fake(0x60);
-    EXPECT_EQ(Fake(0x60), handle.get());
-    handle.reset();
-    EXPECT_EQ(2, g_closed);
 }
 
 TEST_F(UniqueResourceTest, RealHandleIsClosed) {
