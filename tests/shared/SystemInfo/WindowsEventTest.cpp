@@ -4,7 +4,6 @@
 #include <cstring>
 #include <functional>
 
-#include "shared/ErrorMessage.h"
 #include "shared/ExceptionFamily.h"
 #include "shared/SystemInfo/WindowsEventLog.h"
 #include "support/Thrown.h"
@@ -183,133 +182,108 @@ TEST_F(EventLogTest, QueryIsNewestFirstAndNextHoldsOneEventUntilNoMoreItems) {
     query.reset();
 }
 
+// Each row: what fails, the call, the raising line and the message
+// arguments; two arguments make a Windows call error, four an event error.
 TEST_F(EventLogTest, FailuresRaiseWithTheCallAndTheirLine) {
     const std::wstring broken = L"<Event><EventData><Data Name='x'></EventData>";
-    const std::wstring noData = L"<Event><System/></Event>";
-    const std::int32_t windows = orvik::pkgshared::kWindowsFunctionErrorCode;
-    const std::int32_t processing = -125246;
-    const std::wstring source = L"source\\shared\\SystemInfo\\WindowsEvent";
-    const std::wstring querySource = L"source\\shared\\SystemInfo\\WindowsEventQuery";
+    const std::wstring noData = L"<Event><System/></Event>", xml = L"Event XML";
+    const std::wstring time = L"systemProperties[EvtSystemTimeCreated].Type";
+    const std::wstring keywords = L"systemProperties[EvtSystemKeywords].Type";
+    const wchar_t* const ev = L"source\\shared\\SystemInfo\\WindowsEvent";
+    const wchar_t* const qu = L"source\\shared\\SystemInfo\\WindowsEventQuery";
     std::vector<std::uint8_t> buffer;
-    auto render = [&] { RenderEvent(api, kContext, kEvent, 0, buffer); };
-    auto make = [&] { WindowsEvent event(api, kEvent); };
-    auto next = [&] { WindowsEventQuery(api, kQuery).Next(); };
-    auto closesBoth = [&] {
-        EXPECT_CALL(api, EvtClose(kEvent));
-        EXPECT_CALL(api, EvtClose(kContext));
+    using Call = std::function<void()>;
+    const Call render = [&] { RenderEvent(api, kContext, kEvent, 0, buffer); };
+    const Call make = [&] { WindowsEvent(api, kEvent); };
+    const Call next = [&] { WindowsEventQuery(api, kQuery).Next(); };
+    // Serves the event; both handles are closed once whatever fails.
+    auto serve = [&](std::vector<std::uint8_t> properties, const std::wstring& text) {
+        return [=] {
+            Serve(kEvent, properties, text);
+            EXPECT_CALL(api, EvtClose(kEvent));
+            EXPECT_CALL(api, EvtClose(kContext));
+        };
     };
     const struct {
-        const char* name;
-        std::function<void()> arrange;
-        std::function<void()> act;
-        orvik::testing::ExpectedError expected;
+        Call arrange, act;
+        const wchar_t* source;
+        std::int32_t line;
+        std::vector<std::wstring> arguments;
     } rows[] = {
-        {"render fails",
-         [&] { EXPECT_CALL(api, EvtRender).WillOnce(Fail(6, FALSE)); },
+        {[&] { EXPECT_CALL(api, EvtRender).WillOnce(Fail(6, FALSE)); },
          render,
-         {windows, {L"6", L"EvtRender"}, source, 130}},
-        {"render fails after growing",
-         [&] {
+         ev,
+         130,
+         {L"6", L"EvtRender"}},
+        {[&] {
              EXPECT_CALL(api, EvtRender)
                  .WillOnce(RenderFrom(std::vector<std::uint8_t>(16)))
-                 .WillOnce(Fail(ERROR_OUTOFMEMORY, FALSE));
+                 .WillOnce(Fail(14, FALSE));
          },
          render,
-         {windows, {L"14", L"EvtRender"}, source, 138}},
-        {"no render context",
-         [&] {
+         ev,
+         138,
+         {L"14", L"EvtRender"}},
+        {[&] {
              EXPECT_CALL(api, EvtCreateRenderContext).WillOnce(Fail(8, EVT_HANDLE{}));
              EXPECT_CALL(api, EvtClose(kEvent));
          },
          make,
-         {windows, {L"8", L"EvtCreateRenderContext"}, source, 84}},
-        {"time of another type",
-         [&] { Serve(kEvent, Properties(EvtVarTypeSysTime, 0)); },
+         ev,
+         84,
+         {L"8", L"EvtCreateRenderContext"}},
+        {serve(Properties(EvtVarTypeSysTime, 0), kUpdateXml),
          [&] { WindowsEvent(api, kEvent).GetTimeCreated(); },
-         {processing,
-          {L"GetTimeCreated()",
-           L"systemProperties[EvtSystemTimeCreated].Type != EvtVarTypeFileTime",
-           L"systemProperties[EvtSystemTimeCreated].Type", L"18"},
-          source,
-          21}},
-        {"keywords of another type",
-         [&] { Serve(kEvent, Properties(17, 0, 17, 0x2000)); },
+         ev,
+         21,
+         {L"GetTimeCreated()", time + L" != EvtVarTypeFileTime", time, L"18"}},
+        {serve(Properties(17, 0, 17, 0x2000), kUpdateXml),
          [&] { WindowsEvent(api, kEvent).HasKeyword(0x2000); },
-         {processing,
-          {L"HasKeyword(int64_t keyword)",
-           L"systemProperties[EvtSystemKeywords].Type != EvtVarTypeHexInt64",
-           L"systemProperties[EvtSystemKeywords].Type", L"17"},
-          source,
-          39}},
-        {"broken XML",
-         [&] {
-             Serve(kEvent, Properties(17, 0), broken);
-             closesBoth();
-         },
+         ev,
+         39,
+         {L"HasKeyword(int64_t keyword)", keywords + L" != EvtVarTypeHexInt64", keywords, L"17"}},
+        {serve(Properties(17, 0), broken),
          make,
-         {processing,
-          {L"parseResult = eventXmlDocument.load_buffer(eventXmlBuffer.data(), "
-           L"eventXmlBuffer.size())",
-           L"!parseResult", L"Event XML", broken},
-          source,
-          106}},
-        {"no event data",
-         [&] {
-             Serve(kEvent, Properties(17, 0), noData);
-             closesBoth();
-         },
+         ev,
+         106,
+         {L"parseResult = eventXmlDocument.load_buffer(eventXmlBuffer.data(), "
+          L"eventXmlBuffer.size())",
+          L"!parseResult", xml, broken}},
+        {serve(Properties(17, 0), noData),
          make,
-         {processing,
-          {L"eventDataNode = doc.child(Event).child(EventData)", L"!eventDataNode", L"Event XML",
-           noData},
-          source,
-          83}},
-        {"query fails",
-         [&] {
-             EXPECT_CALL(api, EvtQuery).WillOnce(Fail(ERROR_EVT_CHANNEL_NOT_FOUND, EVT_HANDLE{}));
-         },
+         ev,
+         83,
+         {L"eventDataNode = doc.child(Event).child(EventData)", L"!eventDataNode", xml, noData}},
+        {[&] { EXPECT_CALL(api, EvtQuery).WillOnce(Fail(15007, EVT_HANDLE{})); },
          [&] { WindowsEventLog(api).Query(L"Nope", L"<q/>"); },
-         {windows,
-          {std::to_wstring(ERROR_EVT_CHANNEL_NOT_FOUND), L"EvtQuery"},
-          L"source\\shared\\SystemInfo/WindowsEventLog",
-          66}},
-        {"next fails",
-         [&] { EXPECT_CALL(api, EvtNext).WillOnce(Fail(ERROR_TIMEOUT, FALSE)); },
+         L"source\\shared\\SystemInfo/WindowsEventLog",
+         66,
+         {L"15007", L"EvtQuery"}},
+        {[&] { EXPECT_CALL(api, EvtNext).WillOnce(Fail(1460, FALSE)); },
          next,
-         {windows, {std::to_wstring(ERROR_TIMEOUT), L"EvtNext"}, querySource, 19}},
-        {"next answers no handle",
-         [&] { EXPECT_CALL(api, EvtNext).WillOnce(Deliver(kEvent, 0)); },
+         qu,
+         19,
+         {L"1460", L"EvtNext"}},
+        {[&] { EXPECT_CALL(api, EvtNext).WillOnce(Deliver(kEvent, 0)); },
          next,
-         {processing,
-          {L"EvtNext", L"handlesReturned == 0", L"handlesReturned", L"0"},
-          querySource,
-          28}},
-        {"next answers a null handle",
-         [&] { EXPECT_CALL(api, EvtNext).WillOnce(Deliver(nullptr)); },
+         qu,
+         28,
+         {L"EvtNext", L"handlesReturned == 0", L"handlesReturned", L"0"}},
+        {[&] { EXPECT_CALL(api, EvtNext).WillOnce(Deliver(nullptr)); },
          next,
-         {processing,
-          {L"EvtNext", L"windowsEvent == nullptr", L"windowsEvent", L"nullptr"},
-          querySource,
-          37}},
+         qu,
+         37,
+         {L"EvtNext", L"windowsEvent == nullptr", L"windowsEvent", L"nullptr"}},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.line);
         row.arrange();
-        orvik::testing::ExpectThrows(row.act, row.expected);
+        orvik::testing::ExpectThrows(
+            row.act,
+            {row.arguments.size() == 2 ? orvik::pkgshared::kWindowsFunctionErrorCode : -125246,
+             row.arguments, row.source, row.line});
         ::testing::Mock::VerifyAndClearExpectations(&api);
     }
-}
-
-TEST(WindowsEventProcessingErrorTest, CatalogTextNamesTheFourParts) {
-    const WindowsEventLog::WindowsEventProcessingError e(L"op", L"cond", L"name", L"value", L"file",
-                                                         5);
-    orvik::testing::ExpectError(e, {-125246, {L"op", L"cond", L"name", L"value"}, L"file", 5});
-    EXPECT_EQ(
-        L"An error occurred processing Windows events. The operation 'op' had a failed "
-        L"condition 'cond'. The value of 'name' was: value",
-        orvik::pkgshared::FormatErrorMessage(e.GetErrorCode(), 0x0409, e.GetMessageArgument0(),
-                                             e.GetMessageArgument1(), e.GetMessageArgument2(),
-                                             e.GetMessageArgument3()));
 }
 
 }  // namespace

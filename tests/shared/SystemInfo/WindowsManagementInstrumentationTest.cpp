@@ -4,10 +4,11 @@
 #include <stdexcept>
 #include <thread>
 
+#include "shared/ExceptionFamily.h"
 #include "shared/SystemInfo/WindowsManagementInstrumentationProxy.h"
 #include "shared/WindowsApi/WindowsComApi.h"
 #include "shared/WindowsApi/WindowsErrorHandlingApi.h"
-#include "support/TestData.h"
+#include "support/Thrown.h"
 #include "support/WindowsApiMocks.h"
 
 namespace OrvikPkg::SystemInfo {
@@ -46,13 +47,10 @@ TEST(WindowsManagementInstrumentationTest, ClassWithoutInstances) {
         WindowsApi::WindowsErrorHandlingApi errors;
         WindowsApi::WindowsComApi api(errors);
         const auto proxy = WindowsManagementInstrumentation(api).Connect();
-        try {
-            // No process has this identifier: the query finds no instance.
-            proxy->GetObject(L"Win32_Process WHERE ProcessId = 4294967290", {L"Name"});
-            FAIL() << "nothing was thrown";
-        } catch (const std::runtime_error& e) {
-            EXPECT_STREQ("Failed to get operating system", e.what());
-        }
+        // No process has this identifier: the query finds no instance.
+        const auto e = orvik::testing::Thrown<std::runtime_error>(
+            [&] { proxy->GetObject(L"Win32_Process WHERE ProcessId = 4294967290", {L"Name"}); });
+        EXPECT_STREQ("Failed to get operating system", e ? e->what() : "");
     }).join();
 }
 
@@ -66,12 +64,12 @@ TEST(WindowsManagementInstrumentationTest, FailedConnectionUndoesOwnComOnly) {
                                           ::testing::_))
             .WillOnce(::testing::Return(REGDB_E_CLASSNOTREG));
         EXPECT_CALL(api, CoUninitialize()).Times(initialised == S_OK ? 1 : 0);
-        const orvik::pkgshared::Exception e =
-            orvik::testing::Caught([&] { WindowsManagementInstrumentation(api).Connect(); });
-        EXPECT_EQ(L"CoCreateInstance(WbemLocator)", e.GetMessageArgument1());
-        EXPECT_STREQ(L"source\\shared\\SystemInfo\\WindowsManagementInstrumentationProxy",
-                     e.GetSourceFile());
-        EXPECT_EQ(37, e.GetLineNumber());
+        orvik::testing::ExpectThrows(
+            [&] { WindowsManagementInstrumentation(api).Connect(); },
+            {orvik::pkgshared::kWindowsFunctionErrorCode,
+             {std::to_wstring(REGDB_E_CLASSNOTREG), L"CoCreateInstance(WbemLocator)"},
+             L"source\\shared\\SystemInfo\\WindowsManagementInstrumentationProxy",
+             37});
     }
 }
 
