@@ -40,7 +40,9 @@ protected:
     Logger logger_;
 };
 
-TEST_F(LoggerTest, FileNameHasTheLocalTimeAndTheProcess) {
+// The name holds the local time and the process; a second Initialize keeps
+// the first file and its settings.
+TEST_F(LoggerTest, FileNameHasTheLocalTimeAndTheProcessAndIsSetOnce) {
     EXPECT_EQ(L"", logger_.GetLogFilePath());
     logger_.Initialize(session_);
     const fs::path path = logger_.GetLogFilePath();
@@ -48,18 +50,13 @@ TEST_F(LoggerTest, FileNameHasTheLocalTimeAndTheProcess) {
     const std::wregex pattern(L"OrvikPkgLog_\\d{4}-\\d{2}-\\d{2}T\\d{2}\\.\\d{2}\\.\\d{2}_" +
                               std::to_wstring(::GetCurrentProcessId()) + L"\\.txt");
     EXPECT_TRUE(std::regex_match(path.filename().wstring(), pattern));
-}
-
-TEST_F(LoggerTest, SecondInitializeKeepsTheFirstFile) {
-    logger_.Initialize(session_);
-    const std::wstring first = logger_.GetLogFilePath();
     session_.guide.logs = (scratch_ / L"elsewhere").wstring();
     session_.configuration.bools[L"disablelogging"] = true;
     logger_.Initialize(session_);
-    EXPECT_EQ(first, logger_.GetLogFilePath());
+    EXPECT_EQ(path, logger_.GetLogFilePath());
     MakeLogsDirectory();
     logger_.Log(L"s", 0, L"still logging");
-    EXPECT_TRUE(fs::exists(first));
+    EXPECT_TRUE(fs::exists(path));
 }
 
 TEST_F(LoggerTest, WritesFlushedUtf8LinesAndAppendsAfterClose) {
@@ -82,22 +79,22 @@ TEST_F(LoggerTest, WritesFlushedUtf8LinesAndAppendsAfterClose) {
     EXPECT_EQ("s: after close", lines[2].substr(16));
 }
 
-TEST_F(LoggerTest, LinesAreDroppedWhileTheDirectoryIsMissing) {
-    logger_.Initialize(session_);
-    logger_.Log(L"s", 0, L"lost");
-    EXPECT_FALSE(fs::exists(scratch_ / L"OrvikPkgLogs"));
-    MakeLogsDirectory();
-    logger_.Log(L"s", 0, L"kept");
-    EXPECT_EQ(1u, Lines(ReadBytes(logger_.GetLogFilePath())).size());
-}
-
-TEST_F(LoggerTest, DisabledLoggingCreatesNoFile) {
-    session_.configuration.bools[L"disablelogging"] = true;
-    logger_.Initialize(session_);
-    MakeLogsDirectory();
-    logger_.Log(L"s", 0, L"nothing");
-    EXPECT_FALSE(fs::exists(logger_.GetLogFilePath()));
-    EXPECT_TRUE(fs::is_empty(scratch_ / L"OrvikPkgLogs"));
+// Lines are dropped while the directory is missing; disabled logging makes
+// no file at all.
+TEST_F(LoggerTest, LinesAreDroppedWhileTheDirectoryIsMissingOrLoggingIsDisabled) {
+    for (const bool disabled : {false, true}) {
+        Logger logger;
+        session_.configuration.bools[L"disablelogging"] = disabled;
+        logger.Initialize(session_);
+        logger.Log(L"s", 0, L"lost");
+        EXPECT_FALSE(fs::exists(scratch_ / L"OrvikPkgLogs"));
+        MakeLogsDirectory();
+        logger.Log(L"s", 0, L"kept unless disabled");
+        EXPECT_EQ(disabled ? 0u : 1u, Lines(ReadBytes(logger.GetLogFilePath())).size());
+        EXPECT_EQ(disabled, fs::is_empty(scratch_ / L"OrvikPkgLogs"));
+        logger.Close();
+        fs::remove_all(scratch_ / L"OrvikPkgLogs");
+    }
 }
 
 // Both writers start only once both are running, so their calls overlap;

@@ -44,6 +44,17 @@ public:
 
 class SystemInformationTest : public ::testing::Test {
 protected:
+    // `call` raises the Windows error `error`, read from `errors`, of `function` at `line`.
+    void ExpectFailure(const std::function<void()>& call,
+                       orvik::testing::MockErrorHandlingApi& errors, DWORD error,
+                       const wchar_t* function, std::int32_t line) {
+        EXPECT_CALL(errors, GetLastError()).WillOnce(Return(error));
+        orvik::testing::ExpectThrows(call, {orvik::pkgshared::kWindowsFunctionErrorCode,
+                                            {std::to_wstring(error), function},
+                                            L"source\\shared\\SystemInfo/SystemInformation",
+                                            line});
+    }
+
     StrictMock<orvik::testing::MockComApi> com;
     StrictMock<orvik::testing::MockFileApi> files;
     StrictMock<orvik::testing::MockSysInfoApi> sysInfo;
@@ -79,19 +90,23 @@ TEST_F(SystemInformationTest, OperatingSystemComesFromOneWmiQuery) {
                                           system.servicePackMinorVersion, system.productType}));
 }
 
-TEST_F(SystemInformationTest, MemoryDiskAndLocaleFiguresAreTakenFromTheCalls) {
-    EXPECT_CALL(sysInfo, GlobalMemoryStatusEx(_)).WillOnce([](LPMEMORYSTATUSEX status) {
-        EXPECT_EQ(64u, status->dwLength);
-        status->ullAvailPhys = 5000000000ull;
-        status->dwMemoryLoad = 42;
-        status->ullAvailVirtual = 3000000000ull;
-        status->ullTotalPhys = 1;
-        return TRUE;
-    });
+TEST_F(SystemInformationTest, MemoryDiskAndLocaleComeFromTheirCallsOrRaiseTheLastError) {
+    EXPECT_CALL(sysInfo, GlobalMemoryStatusEx(_))
+        .WillOnce([](LPMEMORYSTATUSEX status) {
+            EXPECT_EQ(64u, status->dwLength);
+            status->ullAvailPhys = 5000000000ull;
+            status->dwMemoryLoad = 42;
+            status->ullAvailVirtual = 3000000000ull;
+            status->ullTotalPhys = 1;
+            return TRUE;
+        })
+        .WillOnce(Return(FALSE));
     const Memory memory = information.GetMemory();
     EXPECT_EQ(5000000000ull, memory.availablePhysicalBytes);
     EXPECT_EQ(42u, memory.memoryLoadPercent);
     EXPECT_EQ(3000000000ull, memory.availableVirtualBytes);
+    ExpectFailure([&] { information.GetMemory(); }, sysInfo.errors, 87, L"GlobalMemoryStatusEx",
+                  76);
 
     EXPECT_CALL(files, GetDiskFreeSpaceExW(StrEq(L"D:\\data"), _, _, _))
         .WillOnce([](LPCWSTR, PULARGE_INTEGER available, PULARGE_INTEGER total,
@@ -101,10 +116,13 @@ TEST_F(SystemInformationTest, MemoryDiskAndLocaleFiguresAreTakenFromTheCalls) {
             total->QuadPart = 9000000000ull;
             totalFree->QuadPart = 8000000000ull;
             return TRUE;
-        });
+        })
+        .WillOnce(Return(FALSE));
     const DiskSpace space = information.GetDiskSpace(L"D:\\data");
     EXPECT_EQ(7000000000ull, space.freeBytesAvailable);
     EXPECT_EQ(9000000000ull, space.totalBytes);
+    ExpectFailure([&] { information.GetDiskSpace(L"D:\\data"); }, files.errors, 3,
+                  L"GetDiskFreeSpaceEx", 94);
 
     auto answer = [](const wchar_t* text) {
         return [text](LPCWSTR, LCTYPE, LPWSTR data, int capacity) {
@@ -115,42 +133,12 @@ TEST_F(SystemInformationTest, MemoryDiskAndLocaleFiguresAreTakenFromTheCalls) {
     };
     EXPECT_CALL(sysInfo, GetLocaleInfoEx(nullptr, 0x72u, _, _)).WillOnce(answer(L"German"));
     EXPECT_CALL(sysInfo, GetLocaleInfoEx(StrEq(L"!x-sys-default-locale"), 0x72u, _, _))
-        .WillOnce(answer(L"English (United States)"));
+        .WillOnce(answer(L"English (United States)"))
+        .WillOnce(Return(0));
     EXPECT_EQ(L"German", information.GetLocaleName(false));
     EXPECT_EQ(L"English (United States)", information.GetLocaleName(true));
-}
-
-TEST_F(SystemInformationTest, FailedCallsRaiseWithTheLastError) {
-    const struct {
-        std::function<void()> fail;
-        std::function<void()> act;
-        orvik::testing::ExpectedError expected;
-    } rows[] = {
-        {[&] {
-             EXPECT_CALL(sysInfo, GlobalMemoryStatusEx(_)).WillOnce(Return(FALSE));
-             EXPECT_CALL(sysInfo.errors, GetLastError()).WillOnce(Return(87));
-         },
-         [&] { information.GetMemory(); },
-         {0, {L"87", L"GlobalMemoryStatusEx"}, L"", 76}},
-        {[&] {
-             EXPECT_CALL(files, GetDiskFreeSpaceExW(_, _, _, _)).WillOnce(Return(FALSE));
-             EXPECT_CALL(files.errors, GetLastError()).WillOnce(Return(3));
-         },
-         [&] { information.GetDiskSpace(L"Q:\\"); },
-         {0, {L"3", L"GetDiskFreeSpaceEx"}, L"", 94}},
-        {[&] {
-             EXPECT_CALL(sysInfo, GetLocaleInfoEx(_, _, _, _)).WillOnce(Return(0));
-             EXPECT_CALL(sysInfo.errors, GetLastError()).WillOnce(Return(122));
-         },
-         [&] { information.GetLocaleName(true); },
-         {0, {L"122", L"GetLocaleInfoEx"}, L"", 112}},
-    };
-    for (auto row : rows) {
-        row.expected.code = orvik::pkgshared::kWindowsFunctionErrorCode;
-        row.expected.sourceFile = L"source\\shared\\SystemInfo/SystemInformation";
-        row.fail();
-        orvik::testing::ExpectThrows(row.act, row.expected);
-    }
+    ExpectFailure([&] { information.GetLocaleName(true); }, sysInfo.errors, 122, L"GetLocaleInfoEx",
+                  112);
 }
 
 TEST_F(SystemInformationTest, CurrentTimeIsTheSystemClockInTicksSince1970) {
