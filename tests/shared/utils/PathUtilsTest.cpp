@@ -5,14 +5,21 @@
 #include <utility>
 #include <vector>
 
+#include "shared/ExceptionFamily.h"
+#include "shared/utils/DirectoryPath.h"
+#include "shared/utils/FilePath.h"
+#include "shared/utils/FileVersion.h"
+#include "shared/utils/OsUtils.h"
 #include "shared/utils/PathUtils.h"
 #include "shared/utils/WinResources.h"
 #include "support/ScratchDirectory.h"
+#include "support/Thrown.h"
 
 namespace orvik::pkgshared {
 namespace {
 
 namespace fs = boost::filesystem;
+using orvik::testing::ReadBytes;
 using orvik::testing::WriteBytes;
 
 class RecordingReporter : public IPathReporter {
@@ -97,6 +104,90 @@ TEST_F(PathUtilsTest, FileHeldOpenIsReportedAndTheRestGoesOn) {
     EXPECT_EQ(prefix, reporter_.reports[0].second.substr(0, prefix.size()));
     EXPECT_TRUE(fs::exists(root / L"held.txt"));
     EXPECT_FALSE(fs::exists(root / L"free.txt"));
+}
+
+class PathTypesTest : public ::testing::Test {
+protected:
+    orvik::testing::ScratchDirectory scratch_;
+};
+
+TEST_F(PathTypesTest, CreateMakesParentsAndAcceptsAnExistingDirectory) {
+    const DirectoryPath nested(scratch_ / L"a\\b\\c");
+    nested.Create();
+    EXPECT_TRUE(nested.Exists());
+    EXPECT_NO_THROW(nested.Create());
+    EXPECT_NO_THROW(DirectoryPath(scratch_.Path()).Create());
+}
+
+TEST_F(PathTypesTest, CreateOverAFileRaisesWithThePath) {
+    WriteBytes(scratch_ / L"file", "x");
+    const DirectoryPath blocked(scratch_ / L"file\\sub");
+    if (const auto e =
+            orvik::testing::Thrown<CouldNotCreateDirectoryException>([&] { blocked.Create(); })) {
+        EXPECT_EQ(-125098, e->GetErrorCode());
+        EXPECT_NE(L"0", e->GetMessageArgument0());
+        EXPECT_EQ(blocked.ToString(), e->GetMessageArgument1());
+        EXPECT_FALSE(e->GetMessageArgument2().empty());
+        EXPECT_STREQ(L"source\\shared\\utils\\DirectoryPath", e->GetSourceFile());
+    }
+}
+
+TEST_F(PathTypesTest, CopyReplacesTheTarget) {
+    const FilePath source(scratch_ / L"source.bin");
+    const FilePath target(scratch_ / L"target.bin");
+    WriteBytes(source.Path(), std::string("\0\x01payload", 9));
+    WriteBytes(target.Path(), "old");
+    source.CopyTo(target);
+    EXPECT_EQ(std::string("\0\x01payload", 9), ReadBytes(target.Path()));
+    EXPECT_TRUE(target.Exists());
+    EXPECT_FALSE(FilePath(scratch_.Path()).Exists());  // a directory is not a file
+}
+
+TEST_F(PathTypesTest, CopyOfAMissingFileRaisesWithBothPaths) {
+    const FilePath source(scratch_ / L"missing.bin");
+    const FilePath target(scratch_ / L"target.bin");
+    if (const auto e =
+            orvik::testing::Thrown<CouldNotCopyFileException>([&] { source.CopyTo(target); })) {
+        EXPECT_EQ(-125099, e->GetErrorCode());
+        EXPECT_EQ(L"2", e->GetMessageArgument0());  // file not found
+        EXPECT_EQ(source.ToString(), e->GetMessageArgument1());
+        EXPECT_EQ(target.ToString(), e->GetMessageArgument2());
+        EXPECT_FALSE(e->GetMessageArgument3().empty());
+    }
+}
+
+FilePath ThisProgram() {
+    wchar_t path[MAX_PATH * 4] = {};
+    ::GetModuleFileNameW(nullptr, path, MAX_PATH * 4);
+    return FilePath(path);
+}
+
+TEST(FileVersionTest, ReadsTheFixedFileVersion) {
+    Version version(L"0.0");
+    ASSERT_TRUE(ReadFileVersion(ThisProgram(), version));
+    EXPECT_EQ(L"26.5.0.49297", version.ToString());
+}
+
+TEST(FileVersionTest, FilesWithoutVersionKeepTheCallersVersion) {
+    orvik::testing::ScratchDirectory scratch;
+    const FilePath text(scratch / L"plain.txt");
+    orvik::testing::WriteBytes(text.Path(), "no version here");
+    Version version(L"1.2.3");
+    EXPECT_FALSE(ReadFileVersion(text, version));
+    EXPECT_EQ(L"1.2.3", version.ToString());
+    EXPECT_FALSE(ReadFileVersion(FilePath(scratch / L"missing.exe"), version));
+    EXPECT_EQ(L"1.2.3", version.ToString());
+}
+
+// Whatever this process's token says, read here on its own.
+TEST(OsUtilsTest, ElevationIsWhatTheProcessTokenReports) {
+    HANDLE token = nullptr;
+    ASSERT_TRUE(::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token));
+    const UniqueHandle owned(token);
+    TOKEN_ELEVATION elevation{};
+    DWORD size = 0;
+    ASSERT_TRUE(::GetTokenInformation(token, TokenElevation, &elevation, sizeof(elevation), &size));
+    EXPECT_EQ(elevation.TokenIsElevated != 0, osutils::IsElevated());
 }
 
 }  // namespace
