@@ -2,100 +2,80 @@
 
 #include "preinstall/CommandLineOptions.h"
 #include "preinstall/PreInstallOptionObsolete.h"
-#include "shared/ErrorMessage.h"
+#include "support/Thrown.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
 
 using Args = std::vector<std::wstring>;
 
-TEST(CommandLineOptionsTest, EachOptionSetsItsFlag) {
-    const ParsedCommandLine parsed =
-        ParseCommandLine({L"--accept-eulas", L"--prevent-reboot", L"--hide-completion",
-                          L"--autoinstall-orvikpkg", L"--no-winquel-mutex", L"--passive"});
-    const CommandLineOptions& o = parsed.options;
-    EXPECT_TRUE(o.acceptEulas && o.preventReboot && o.hideCompletion && o.autoInstall &&
-                o.noWinquelMutex && o.passive);
-    EXPECT_FALSE(o.quiet);
-    EXPECT_TRUE(o.installWithProduct);
-    EXPECT_EQ(L"", o.passThroughArguments);
-    EXPECT_TRUE(parsed.obsoleteArguments.empty());
-
-    const CommandLineOptions none = ParseCommandLine({}).options;
-    EXPECT_FALSE(none.passive || none.quiet || none.acceptEulas || none.preventReboot ||
-                 none.hideCompletion || none.autoInstall || none.noWinquelMutex);
-    EXPECT_TRUE(none.installWithProduct);
-}
-
-TEST(CommandLineOptionsTest, QuietWinsOverPassiveInEitherOrder) {
-    for (const Args& args : {Args{L"--quiet", L"--passive"}, Args{L"--passive", L"--quiet"}}) {
-        const ParsedCommandLine parsed = ParseCommandLine(args);
-        EXPECT_TRUE(parsed.options.quiet);
-        EXPECT_FALSE(parsed.options.passive);
-        EXPECT_EQ(L"", parsed.options.passThroughArguments);  // both consumed
+// One letter per set flag: Passive Quiet Eulas Reboot Hide Auto Mutex With-product.
+std::string Flags(const CommandLineOptions& o) {
+    std::string flags;
+    for (const auto& [set, letter] : {std::pair{o.passive, 'P'},
+                                      {o.quiet, 'Q'},
+                                      {o.acceptEulas, 'E'},
+                                      {o.preventReboot, 'R'},
+                                      {o.hideCompletion, 'H'},
+                                      {o.autoInstall, 'A'},
+                                      {o.noWinquelMutex, 'M'},
+                                      {o.installWithProduct, 'W'}}) {
+        flags += set ? std::string(1, letter) : "";
     }
+    return flags;
 }
 
-TEST(CommandLineOptionsTest, UnrecognisedArgumentsPassThroughUnchanged) {
+TEST(CommandLineOptionsTest, ArgumentsToFlagsPassThroughAndObsoleteList) {
     struct Case {
         Args args;
+        std::string flags;
         std::wstring passThrough;
+        Args obsolete;
     };
     const Case cases[] = {
-        {{L"--PASSIVE"}, L"--PASSIVE"},                // options are case-sensitive
-        {{L"--passive", L"--passive"}, L"--passive"},  // a repeat is not recognised
-        {{L"--quiet", L"--quiet", L"x"}, L"--quiet x"},
-        {{L"--install-orvikpm-with-product"}, L"--install-orvikpm-with-product"},
-        {{L"/cx", L"/q-", L"--passive=1"}, L"/cx /q- --passive=1"},
-        {{L"--log=C:\\a b", L""}, L"--log=C:\\a b "},  // no quoting is added
-        {{L"", L"y"}, L"y"},
+        {{}, "W", L"", {}},
+        {{L"--accept-eulas", L"--prevent-reboot", L"--hide-completion", L"--autoinstall-orvikpkg",
+          L"--no-winquel-mutex", L"--passive"},
+         "PERHAMW",
+         L"",
+         {}},
+        {{L"--quiet", L"--passive"}, "QW", L"", {}},  // quiet wins, both consumed
+        {{L"--passive", L"--quiet"}, "QW", L"", {}},
+        {{L"--PASSIVE"}, "W", L"--PASSIVE", {}},                 // case-sensitive
+        {{L"--passive", L"--passive"}, "PW", L"--passive", {}},  // a repeat passes through
+        {{L"--quiet", L"--quiet", L"x"}, "QW", L"--quiet x", {}},
+        {{L"--install-orvikpm-with-product"}, "W", L"--install-orvikpm-with-product", {}},
+        {{L"/cx", L"/q-", L"--passive=1"}, "W", L"/cx /q- --passive=1", {}},
+        {{L"--log=C:\\a b", L""}, "W", L"--log=C:\\a b ", {}},  // no quoting is added
+        {{L"", L"y"}, "W", L"y", {}},
+        {{L"--bootstrapper", L"--quiet", L"keep", L"/t:x", L"/C:Foo"},
+         "QW",
+         L"keep",
+         {L"--bootstrapper", L"/t:x", L"/C:Foo"}},
+        {{L"/q"}, "PW", L"", {L"/q"}},  // obsolete, and makes the run passive
+        {{L"/Q:basic"}, "PW", L"", {L"/Q:basic"}},
+        {{L"/q", L"--passive"}, "PW", L"--passive", {L"/q"}},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(c.passThrough, ParseCommandLine(c.args).options.passThroughArguments)
-            << testing::PrintToString(c.args);
+        const ParsedCommandLine parsed = ParseCommandLine(c.args);
+        SCOPED_TRACE(::testing::PrintToString(c.args));
+        EXPECT_EQ(c.flags, Flags(parsed.options));
+        EXPECT_EQ(c.passThrough, parsed.options.passThroughArguments);
+        EXPECT_EQ(c.obsolete, parsed.obsoleteArguments);
     }
-    EXPECT_TRUE(ParseCommandLine({L"--passive", L"--passive"}).options.passive);
 }
 
 TEST(CommandLineOptionsTest, ObsoleteOptionsIgnoreCase) {
     for (const wchar_t* obsolete : {L"--bootstrapper", L"--Bootstrapper", L"--UNFLATTEN-SUITE",
                                     L"/c", L"/C", L"/C:foo", L"/t:x", L"/T:", L"/r:1"}) {
-        EXPECT_TRUE(IsObsoleteOption(obsolete)) << testing::PrintToString(obsolete);
+        EXPECT_TRUE(IsObsoleteOption(obsolete)) << ::testing::PrintToString(obsolete);
     }
     for (const wchar_t* fine : {L"/cx", L"/t", L"/r", L"--bootstrapper2", L"c:", L"/q", L""}) {
-        EXPECT_FALSE(IsObsoleteOption(fine)) << testing::PrintToString(fine);
+        EXPECT_FALSE(IsObsoleteOption(fine)) << ::testing::PrintToString(fine);
     }
-}
-
-TEST(CommandLineOptionsTest, ObsoleteArgumentsAreListedInOrder) {
-    const ParsedCommandLine parsed =
-        ParseCommandLine({L"--bootstrapper", L"--quiet", L"keep", L"/t:x", L"/C:Foo"});
-    EXPECT_EQ((Args{L"--bootstrapper", L"/t:x", L"/C:Foo"}), parsed.obsoleteArguments);
-    EXPECT_EQ(L"keep", parsed.options.passThroughArguments);
-    EXPECT_TRUE(parsed.options.quiet);
-}
-
-TEST(CommandLineOptionsTest, SlashQIsObsoleteAndMakesTheRunPassive) {
-    for (const wchar_t* q : {L"/q", L"/Q", L"/q:a", L"/Q:basic"}) {
-        const ParsedCommandLine parsed = ParseCommandLine({q});
-        EXPECT_TRUE(parsed.options.passive) << testing::PrintToString(q);
-        EXPECT_EQ(Args{q}, parsed.obsoleteArguments);
-        EXPECT_EQ(L"", parsed.options.passThroughArguments);
-    }
-    // After /q, "--passive" is no longer recognised.
-    EXPECT_EQ(L"--passive", ParseCommandLine({L"/q", L"--passive"}).options.passThroughArguments);
-}
-
-TEST(PreInstallOptionObsoleteTest, NamesTheObsoleteArgumentsInOrder) {
-    const ParsedCommandLine parsed = ParseCommandLine({L"--bootstrapper", L"a", L"/t:x"});
-    const PreInstallOptionObsolete e(parsed.obsoleteArguments, L"source\\preinstall\\Main", 5);
-    EXPECT_EQ(-126318, e.GetErrorCode());
-    EXPECT_EQ(1u, e.GetMessageArgumentCount());
-    EXPECT_EQ(
-        L"The command-line includes one or more obsolete options. Remove '--bootstrapper "
-        L"/t:x' from the command-line and reinstall.",
-        orvik::pkgshared::FormatErrorMessage(e.GetErrorCode(), 1033, e.GetMessageArgument0()));
-    EXPECT_STREQ(L"source\\preinstall\\Main", e.GetSourceFile());
+    const PreInstallOptionObsolete e({L"--bootstrapper", L"/t:x"}, L"source\\preinstall\\Main", 5);
+    orvik::testing::ExpectError(
+        e, {-126318, {L"--bootstrapper /t:x"}, L"source\\preinstall\\Main", 5});
 }
 
 }  // namespace

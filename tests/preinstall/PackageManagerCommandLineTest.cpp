@@ -5,14 +5,16 @@
 namespace orvik::pkgui::preinstall {
 namespace {
 
-const std::wstring kInstallHead =
+using O = CommandLineOptions;
+const std::wstring kHead =
     L"install orvik-package-manager orvik-package-manager-upgrader "
     L"orvik-package-manager-released-feed ";
-const std::wstring kInstallTail = L" --update-feeds --force-essential --force-locked";
-const std::wstring kConfig = L"C:\\Temp\\orvikpkg_preinstall_1\\orvikpkg.ini";
+const std::wstring kTail = L" --update-feeds --force-essential --force-locked";
+const std::wstring kIni = L"C:\\Temp\\orvikpkg_preinstall_1\\orvikpkg.ini";
+const std::wstring kConfig = L"--config=\"" + kIni + L"\"";
+const std::wstring kUri = L"--uri=https://example.invalid/suite.xml";
 
-CommandLineOptions Options(std::initializer_list<bool CommandLineOptions::*> flags,
-                           std::wstring passThrough = L"") {
+CommandLineOptions Options(std::initializer_list<bool O::*> flags, std::wstring passThrough = L"") {
     CommandLineOptions options;
     for (auto flag : flags) {
         options.*flag = true;
@@ -21,16 +23,13 @@ CommandLineOptions Options(std::initializer_list<bool CommandLineOptions::*> fla
     return options;
 }
 
-using O = CommandLineOptions;
-
-TEST(InstallParametersTest, ModePieceAndFlags) {
-    struct Case {
+TEST(PackageManagerCommandLineTest, InstallParameters) {
+    const struct {
         CommandLineOptions options;
         InstallMode mode;
         std::wstring config;
         std::wstring middle;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {Options({}), InstallMode::None, L"", L"launch orvik-package-manager --prevent-reboot"},
         {Options({}), InstallMode::Suite, L"", L"--hide-completion --prevent-reboot"},
         {Options({&O::passive}), InstallMode::Suite, L"",
@@ -43,66 +42,46 @@ TEST(InstallParametersTest, ModePieceAndFlags) {
          L"--hide-completion --passive --prevent-reboot"},
         {Options({&O::acceptEulas, &O::preventReboot, &O::hideCompletion}), InstallMode::None, L"",
          L"launch orvik-package-manager --prevent-reboot --accept-eulas"},
-        {Options({&O::noWinquelMutex}, L"--x"), InstallMode::Suite, kConfig,
-         L"--hide-completion --prevent-reboot --config=\"" + kConfig + L"\" --no-winquel-mutex"},
+        {Options({&O::noWinquelMutex}, L"--x"), InstallMode::Suite, kIni,
+         L"--hide-completion --prevent-reboot " + kConfig + L" --no-winquel-mutex"},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(kInstallHead + c.middle + kInstallTail,
-                  BuildInstallParameters(c.options, c.mode, c.config));
+    for (const auto& c : cases) {
+        EXPECT_EQ(kHead + c.middle + kTail, BuildInstallParameters(c.options, c.mode, c.config));
     }
 }
 
-TEST(LaunchParametersTest, SuiteLaunchCarriesEveryFlagInOrder) {
-    const CommandLineOptions options =
-        Options({&O::passive, &O::acceptEulas, &O::preventReboot, &O::hideCompletion,
-                 &O::noWinquelMutex, &O::autoInstall},
-                L"--install-orvikpm-with-product --foo");
-    LaunchInputs inputs;
-    inputs.mode = InstallMode::Suite;
-    inputs.configFile = kConfig;
-    inputs.customResourceConfig = L"C:\\p\\resources\\config.dat";
-    EXPECT_EQ(
-        L"install-suite suite.dat --passive --accept-eulas --prevent-reboot "
-        L"--hide-completion --no-winquel-mutex "
-        L"--custom-resource-config=\"C:\\p\\resources\\config.dat\" --config=\"" +
-            kConfig + L"\" --install-orvikpm-with-product --foo",
-        BuildLaunchParameters(options, inputs));
-}
-
-TEST(LaunchParametersTest, OnlineInstallOmitsTheConfigUnlessWithProduct) {
-    LaunchInputs inputs;
-    inputs.mode = InstallMode::OnlineInstall;
-    inputs.downloadUri = L"https://example.invalid/suite.xml";
-    inputs.configFile = kConfig;
-    EXPECT_EQ(L"--uri=https://example.invalid/suite.xml --quiet",
-              BuildLaunchParameters(Options({&O::quiet}), inputs));
-
-    inputs.withProduct = true;
-    EXPECT_EQ(
-        L"--uri=https://example.invalid/suite.xml --quiet --install-orvikpm-with-product "
-        L"--update-feeds --config=\"" +
-            kConfig + L"\"",
-        BuildLaunchParameters(Options({&O::quiet}), inputs));
-}
-
-TEST(LaunchParametersTest, QuietIsNotAddedWhenPassiveAndAutoInstallIsNotPassed) {
-    LaunchInputs inputs;
-    inputs.mode = InstallMode::Suite;
-    inputs.withProduct = true;
-    inputs.configFile = kConfig;
-    EXPECT_EQ(
-        L"install-suite suite.dat --passive --install-orvikpm-with-product --update-feeds "
-        L"--config=\"" +
-            kConfig + L"\"",
-        BuildLaunchParameters(Options({&O::passive, &O::quiet, &O::autoInstall}), inputs));
-}
-
-TEST(LaunchParametersTest, ModeNoneStartsWithTheFlags) {
-    LaunchInputs inputs;
-    inputs.configFile = kConfig;
-    EXPECT_EQ(L"--config=\"" + kConfig + L"\"", BuildLaunchParameters(Options({}), inputs));
-    EXPECT_EQ(L"--hide-completion --config=\"" + kConfig + L"\" a b",
-              BuildLaunchParameters(Options({&O::hideCompletion}, L"a b"), inputs));
+TEST(PackageManagerCommandLineTest, LaunchParameters) {
+    const auto suite = InstallMode::Suite, online = InstallMode::OnlineInstall;
+    const struct {
+        CommandLineOptions options;
+        LaunchInputs inputs;
+        std::wstring expected;
+    } cases[] = {
+        {Options({&O::passive, &O::acceptEulas, &O::preventReboot, &O::hideCompletion,
+                  &O::noWinquelMutex, &O::autoInstall},
+                 L"--install-orvikpm-with-product --foo"),
+         {suite, false, L"", kIni, L"C:\\p\\resources\\config.dat"},
+         L"install-suite suite.dat --passive --accept-eulas --prevent-reboot --hide-completion "
+         L"--no-winquel-mutex --custom-resource-config=\"C:\\p\\resources\\config.dat\" " +
+             kConfig + L" --install-orvikpm-with-product --foo"},
+        {Options({&O::quiet}),
+         {online, false, L"https://example.invalid/suite.xml", kIni, {}},
+         kUri + L" --quiet"},  // no config file
+        {Options({&O::quiet}),
+         {online, true, L"https://example.invalid/suite.xml", kIni, {}},
+         kUri + L" --quiet --install-orvikpm-with-product --update-feeds " + kConfig},
+        {Options({&O::passive, &O::quiet, &O::autoInstall}),
+         {suite, true, L"", kIni, {}},
+         L"install-suite suite.dat --passive --install-orvikpm-with-product --update-feeds " +
+             kConfig},
+        {Options({}), {InstallMode::None, false, L"", kIni, {}}, kConfig},
+        {Options({&O::hideCompletion}, L"a b"),
+         {InstallMode::None, false, L"", kIni, {}},
+         L"--hide-completion " + kConfig + L" a b"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.expected, BuildLaunchParameters(c.options, c.inputs));
+    }
 }
 
 }  // namespace
