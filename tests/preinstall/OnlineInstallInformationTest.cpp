@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include <pugixml.hpp>
 
 #include "preinstall/OnlineInstallInformation.h"
@@ -16,64 +18,56 @@ std::vector<std::wstring> Read(const std::string& xml) {
     return {information.downloadItemId, information.downloadItemUri, information.progressTitle};
 }
 
-std::string Document(const std::string& schema, const std::string& body) {
+const std::string kBody =
+    "<downloadItem id=\"suite-2026\" uri=\"https://x.invalid/s\"/>"
+    "<progressTitle value=\"Installing Suite\"/>";
+
+std::string Doc(const char* version, const std::string& body = kBody) {
+    const std::string schema = version ? " schemaVersion=\"" + std::string(version) + "\"" : "";
     return "<?xml version=\"1.0\"?><orvikpkgOnlineInstall" + schema + ">" + body +
            "</orvikpkgOnlineInstall>";
 }
 
-const std::string kBody =
-    "<downloadItem id=\"suite-2026\" uri=\"https://example.invalid/suite.xml\"/>"
-    "<progressTitle value=\"Installing Suite\"/>";
-const std::u16string kUtf16 =
-    u"\uFEFF<orvikpkgOnlineInstall schemaVersion=\"26.5\"><downloadItem/>"
-    u"<progressTitle value=\"\u30A4\u30F3\u30B9\u30C8\u30FC\u30EB\"/></orvikpkgOnlineInstall>";
+std::string Titled(const std::string& title) {
+    return "<downloadItem/><progressTitle value=\"" + title + "\"/>";
+}
 
 TEST(OnlineInstallInformationTest, XmlToRecordOrError) {
-    struct Case {
+    const std::wstring max = L"26.5.0.49297", root = L"orvikpkgOnlineInstall";
+    const std::map<std::int32_t, std::int32_t> lines = {
+        {-126312, 88}, {-126313, 96}, {-126314, 105}};
+    const std::u16string utf16 =
+        u"\uFEFF<orvikpkgOnlineInstall schemaVersion=\"26.5\"><downloadItem/>"
+        u"<progressTitle value=\"\u30A4\u30F3\u30B9\u30C8\u30FC\u30EB\"/></orvikpkgOnlineInstall>";
+    const std::string utf16Bytes(reinterpret_cast<const char*>(utf16.data()), utf16.size() * 2);
+    const std::wstring badStart = std::to_wstring(pugi::status_bad_start_element);
+    const struct {
         std::string xml;
-        std::vector<std::wstring> read;  // id, uri, title; or, when empty, the error
-        orvik::testing::ExpectedError error = {};
+        std::int32_t code;                 // 0: read
+        std::vector<std::wstring> values;  // id, uri and title read, or the error's arguments
+    } cases[] = {
+        {Doc("26.5.0.49297"), 0, {L"suite-2026", L"https://x.invalid/s", L"Installing Suite"}},
+        // Only the first element counts.
+        {Doc("1", "<!--c--><x/><progressTitle/>" + Titled("2")), 0, {L"", L"", L""}},
+        {utf16Bytes, 0, {L"", L"", L"\u30A4\u30F3\u30B9\u30C8\u30FC\u30EB"}},
+        {Doc("1", Titled("\xC3\x89t\xC3\xA9")), 0, {L"", L"", L"\u00C9t\u00E9"}},
+        {"<orvikpkgOnlineInstall", -126312, {badStart, L"Error parsing start element tag"}},
+        {Doc("26.5.1.0"), -126313, {L"26.5.1.0", max}},
+        {Doc("1:0"), -126313, {L"1:0", max}},
+        {Doc(nullptr), -126313, {L"", max}},
+        {Doc("1", "<progressTitle/>"), -126314, {root, L"downloadItem"}},
+        {Doc("1", "<downloadItem/>"), -126314, {root, L"progressTitle"}},
+        {"<OrvikpkgOnlineInstall schemaVersion=\"1\"/>", -126314, {L"", root}},
     };
-    const std::wstring source = L"source\\preinstall\\OnlineInstallInformation";
-    const std::wstring max = L"26.5.0.49297";
-    const Case cases[] = {
-        {Document(" schemaVersion=\"26.5.0.49297\"", kBody),
-         {L"suite-2026", L"https://example.invalid/suite.xml", L"Installing Suite"}},
-        {Document(" schemaVersion=\"1.0\"",
-                  "<!-- c --><downloadItem/><x/><progressTitle/><progressTitle value=\"2\"/>"),
-         {L"", L"", L""}},  // only the first element counts
-        {std::string(reinterpret_cast<const char*>(kUtf16.data()), kUtf16.size() * 2),
-         {L"", L"", L"\u30A4\u30F3\u30B9\u30C8\u30FC\u30EB"}},
-        {Document(" schemaVersion=\"1\"",
-                  "<downloadItem/><progressTitle value=\"\xC3\x89t\xC3\xA9\"/>"),
-         {L"", L"", L"\u00C9t\u00E9"}},
-        {"<orvikpkgOnlineInstall",
-         {},
-         {-126312,
-          {std::to_wstring(pugi::status_bad_start_element), L"Error parsing start element tag"},
-          source,
-          88}},
-        {Document(" schemaVersion=\"26.5.1.0\"", kBody),
-         {},
-         {-126313, {L"26.5.1.0", max}, source, 96}},
-        {Document(" schemaVersion=\"1:0\"", kBody), {}, {-126313, {L"1:0", max}, source, 96}},
-        {Document("", kBody), {}, {-126313, {L"", max}, source, 96}},
-        {Document(" schemaVersion=\"1\"", "<progressTitle value=\"t\"/>"),
-         {},
-         {-126314, {L"orvikpkgOnlineInstall", L"downloadItem"}, source, 105}},
-        {Document(" schemaVersion=\"1\"", "<downloadItem/>"),
-         {},
-         {-126314, {L"orvikpkgOnlineInstall", L"progressTitle"}, source, 105}},
-        {"<OrvikpkgOnlineInstall schemaVersion=\"1\">" + kBody + "</OrvikpkgOnlineInstall>",
-         {},
-         {-126314, {L"", L"orvikpkgOnlineInstall"}, source, 105}},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.xml);
-        if (c.read.empty()) {
-            orvik::testing::ExpectThrows([&] { Read(c.xml); }, c.error);
+        if (c.code == 0) {
+            EXPECT_EQ(c.values, Read(c.xml));
         } else {
-            EXPECT_EQ(c.read, Read(c.xml));
+            orvik::testing::ExpectThrows(
+                [&] { Read(c.xml); },
+                {c.code, c.values, L"source\\preinstall\\OnlineInstallInformation",
+                 lines.at(c.code)});
         }
     }
     OnlineInstallInformation absent;

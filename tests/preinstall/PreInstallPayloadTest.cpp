@@ -1,7 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
+#include <cstring>
+
 #include <boost/filesystem/operations.hpp>
 
+#include "preinstall/NamedDataResource.h"
 #include "preinstall/PreInstallPayload.h"
 #include "shared/ExceptionFamily.h"
 #include "support/ArchiveBuilder.h"
@@ -55,6 +60,31 @@ TEST_F(PreInstallPayloadTest, FailuresLeaveNoFileBehindAndOverwriteNothing) {
     orvik::testing::ExpectThrows([&] { Payload("newer", 5).WriteArchive(); },
                                  {-126317, {L"80", archive_.wstring()}, source, 97});  // exists
     EXPECT_EQ(bytes, ReadBytes(archive_));
+}
+
+// The test program carries "ORVIKPKG_TEST_DATA" ("0123456789") and an empty
+// "ORVIKPKG_TEST_EMPTY" as RT_RCDATA resources.
+TEST(NamedDataResourceTest, MissingIsAbsentPresentIsUsedInPlaceEmptyIsAnError) {
+    const NamedDataResource missing(L"ORVIKPKG_PAYLOAD");
+    EXPECT_FALSE(missing.Exists());
+    EXPECT_EQ(nullptr, missing.GetData());
+    EXPECT_EQ(0u, missing.GetSize());
+
+    const NamedDataResource first(L"ORVIKPKG_TEST_DATA");
+    ASSERT_TRUE(first.Exists());
+    ASSERT_EQ(10u, first.GetSize());
+    EXPECT_EQ(0, std::memcmp("0123456789", first.GetData(), 10));
+    EXPECT_EQ(first.GetData(), NamedDataResource(L"orvikpkg_test_data").GetData());  // any case
+
+    // Finding an empty resource leaves the thread's last error as it was.
+    const auto empty = [] {
+        ::SetLastError(0x80070057);
+        NamedDataResource(L"ORVIKPKG_TEST_EMPTY");
+    };
+    orvik::testing::ExpectThrows(empty, {-126315,
+                                         {L"2147942487", L"ORVIKPKG_TEST_EMPTY"},
+                                         L"source\\preinstall\\NamedDataResource",
+                                         72});
 }
 
 }  // namespace

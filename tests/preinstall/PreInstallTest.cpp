@@ -14,43 +14,6 @@ namespace orvik::pkgui::preinstall {
 namespace {
 
 using orvik::pkgshared::Exception;
-using ::testing::_;
-using ::testing::Invoke;
-using ::testing::NiceMock;
-using ::testing::Return;
-
-class MockPlatform : public IPreInstallPlatform {
-public:
-    MOCK_METHOD(std::vector<std::wstring>, CommandLineArguments, (), (override));
-    MOCK_METHOD(bool, IsElevated, (), (override));
-    MOCK_METHOD(std::wstring, ProgramFilePath, (), (override));
-    MOCK_METHOD(void, ChangeCurrentDirectory, (const std::wstring&), (override));
-    MOCK_METHOD(bool, FileExists, (const std::wstring&), (override));
-    MOCK_METHOD(void, MakeWriteable, (const std::wstring&), (override));
-    MOCK_METHOD(std::unique_ptr<DataResource>, OpenResource, (const std::wstring&), (override));
-    MOCK_METHOD(std::wstring, CreateWorkingDirectory, (), (override));
-    MOCK_METHOD(void, DeleteWorkingDirectory, (const std::wstring&), (noexcept, override));
-    MOCK_METHOD(std::wstring, ExtractPayload, (const DataResource&, const std::wstring&),
-                (override));
-    MOCK_METHOD(bool, IsWindows10Version1607OrNewer, (), (override));
-    MOCK_METHOD(bool, IsWow64, (), (override));
-    MOCK_METHOD(bool, IsRunningOnWine, (), (override));
-    MOCK_METHOD(bool, IsDotNetFramework48Installed, (), (override));
-    MOCK_METHOD(bool, AskToInstallDotNetFramework, (), (override));
-    MOCK_METHOD(void, OpenDotNetFrameworkDownloadPage, (), (override));
-    MOCK_METHOD(std::int32_t, WaitForProcess,
-                (const std::wstring&, const std::wstring&, const std::wstring&), (override));
-    MOCK_METHOD(std::optional<std::wstring>, InstalledPackageManagerPath, (), (override));
-    MOCK_METHOD(std::optional<std::wstring>, InstalledPackageManagerVersion, (), (override));
-    MOCK_METHOD(orvik::pkgshared::Version, FileVersion, (const std::wstring&), (override));
-    MOCK_METHOD(bool, AskToReboot, (), (override));
-    MOCK_METHOD(void, Reboot, (), (override));
-    MOCK_METHOD(std::intptr_t, ShowProgress, (const std::wstring&), (override));
-    MOCK_METHOD(void, FinishProgress, (), (override));
-    MOCK_METHOD(void, ShowError, (const std::wstring&), (override));
-    MOCK_METHOD(void, WriteToParentConsole, (const std::wstring&), (override));
-};
-
 using Args = std::vector<std::wstring>;
 using Child = std::tuple<std::wstring, std::wstring, std::wstring>;  // file, parameters, folder
 using Report = std::pair<std::string, std::wstring>;                 // error-log header, log line
@@ -69,95 +32,88 @@ const Report kInstallFailed{"InstallPackageManager. Error code: -126308",
 const Report kLaunchFailed{"LaunchPackageManager. Error code: -126309",
                            L"Launched Orvik Package Manager, but it returned an error"};
 
-// The platform answers after the words of `setup_` and records in `events_`
-// what it showed or asked, and in `children_` what it ran.
-class PreInstallTest : public ::testing::Test {
+// The platform answers after the words of `setup_` and records what it ran
+// in `children_`, and in `events_` what it showed or asked.
+class PreInstallTest : public ::testing::Test, public IPreInstallPlatform {
 protected:
-    void SetUp() override {
-        session_.guide.logs = scratch_.Path().wstring();
-        ON_CALL(platform_, CommandLineArguments()).WillByDefault(Invoke([this] { return args_; }));
-        Answer(ON_CALL(platform_, IsElevated()), [this] { return !Has("unelevated"); });
-        ON_CALL(platform_, ProgramFilePath()).WillByDefault(Return(L"C:\\dl\\setup.exe"));
-        ON_CALL(platform_, FileExists(_)).WillByDefault(Invoke([this](const std::wstring& path) {
-            return existing_.count(path) > 0;
-        }));
-        ON_CALL(platform_, OpenResource(_)).WillByDefault(Invoke([this](const std::wstring& name) {
-            const std::string& bytes = name == L"ORVIKPKG_PAYLOAD" ? kPayload : kOnlineXml;
-            return Has(name == L"ORVIKPKG_PAYLOAD" ? "payload" : "online")
-                       ? std::make_unique<MemoryDataResource>(
-                             bytes.data(), static_cast<std::uint32_t>(bytes.size()))
-                       : std::make_unique<MemoryDataResource>();
-        }));
-        ON_CALL(platform_, CreateWorkingDirectory()).WillByDefault(Return(kWork));
-        ON_CALL(platform_, ExtractPayload(_, kWork)).WillByDefault(Return(kPayloadDir));
-        Answer(ON_CALL(platform_, IsWindows10Version1607OrNewer()), [this] { return !Has("old"); });
-        Answer(ON_CALL(platform_, IsWow64()), [this] { return !Has("32-bit"); });
-        Answer(ON_CALL(platform_, IsRunningOnWine()), [this] { return Has("wine"); });
-        Answer(ON_CALL(platform_, IsDotNetFramework48Installed()),
-               [this] { return !Has("no-.NET"); });
-        Answer(ON_CALL(platform_, AskToInstallDotNetFramework()),
-               [this] { return Note(L".NET? ", Has("yes")); });
-        Answer(ON_CALL(platform_, OpenDotNetFrameworkDownloadPage()),
-               [this] { Note(L".NET-page ", 0); });
-        ON_CALL(platform_, WaitForProcess(_, _, _)).WillByDefault(Invoke([this](auto&&... child) {
-            if (Has("declined")) {
-                throw Exception(-125029, L"s", 1);
-            }
-            children_.emplace_back(child...);
-            const std::int32_t code = exitCodes_.empty() ? 0 : exitCodes_.front();
-            exitCodes_.erase(exitCodes_.begin(), exitCodes_.begin() + !exitCodes_.empty());
-            return code;
-        }));
-        Answer(ON_CALL(platform_, InstalledPackageManagerPath()),
-               [this] { return Has("no-path") ? std::nullopt : std::optional(kPm); });
-        Answer(ON_CALL(platform_, InstalledPackageManagerVersion()), [this] {
-            return Has("pm")       ? std::optional<std::wstring>(L"26.5.0.10")
-                   : Has("old-pm") ? std::optional<std::wstring>(L"26.5.0.9")
-                                   : std::nullopt;
-        });
-        ON_CALL(platform_, FileVersion(kBin + L"\\Install.exe"))
-            .WillByDefault(Return(orvik::pkgshared::Version(L"26.5.0.10")));
-        Answer(ON_CALL(platform_, AskToReboot()), [this] { return Note(L"reboot? ", Has("yes")); });
-        Answer(ON_CALL(platform_, Reboot()), [this] {
-            if (Note(L"reboot! ", Has("fails"))) {
-                throw Exception(-126305, L"source\\preinstall\\Main", 1);
-            }
-        });
-        ON_CALL(platform_, ShowProgress(_)).WillByDefault(Invoke([this](const std::wstring& title) {
-            return Note(L"progress:" + title + L" ", std::intptr_t{Has("busy")});
-        }));
-        Answer(ON_CALL(platform_, FinishProgress()), [this] { Note(L"finish ", 0); });
-        ON_CALL(platform_, ShowError(_)).WillByDefault(Invoke([this](const std::wstring& text) {
-            shown_ = Note(L"dialog ", text);
-        }));
-        ON_CALL(platform_, WriteToParentConsole(_))
-            .WillByDefault(
-                Invoke([this](const std::wstring& text) { shown_ = Note(L"console ", text); }));
-        Answer(ON_CALL(platform_, MakeWriteable(kBin + L"\\orvikpkg.ini")),
-               [this] { Note(L"writeable ", 0); });
-    }
-    template <typename OnCall, typename F>
-    static void Answer(OnCall&& onCall, F f) {
-        onCall.WillByDefault(Invoke(f));
+    bool Has(const char* word) const {
+        return (" " + setup_ + " ").find(" " + std::string(word) + " ") != std::string::npos;
     }
     template <typename T>
     T Note(const std::wstring& event, T result) {
         events_ += event;
         return result;
     }
-    bool Has(const char* word) const {
-        return (" " + setup_ + " ").find(" " + std::string(word) + " ") != std::string::npos;
+    Args CommandLineArguments() override { return args_; }
+    bool IsElevated() override { return !Has("unelevated"); }
+    std::wstring ProgramFilePath() override { return L"C:\\dl\\setup.exe"; }
+    void ChangeCurrentDirectory(const std::wstring& directory) override { current_ = directory; }
+    bool FileExists(const std::wstring& path) override { return existing_.count(path) > 0; }
+    void MakeWriteable(const std::wstring& path) override { Note(L"writeable:" + path + L" ", 0); }
+    std::unique_ptr<DataResource> OpenResource(const std::wstring& name) override {
+        const bool payload = name == L"ORVIKPKG_PAYLOAD";
+        const std::string& bytes = payload ? kPayload : kOnlineXml;
+        return Has(payload ? "payload" : "online")
+                   ? std::make_unique<MemoryDataResource>(bytes.data(), bytes.size())
+                   : std::make_unique<MemoryDataResource>();
+    }
+    std::wstring CreateWorkingDirectory() override { return kWork; }
+    void DeleteWorkingDirectory(const std::wstring& directory) noexcept override {
+        deleted_ = directory;
+    }
+    std::wstring ExtractPayload(const DataResource& payload, const std::wstring& work) override {
+        return payload.GetSize() == kPayload.size() && work == kWork ? kPayloadDir : L"";
+    }
+    bool IsWindows10Version1607OrNewer() override { return !Has("old"); }
+    bool IsWow64() override { return !Has("32-bit"); }
+    bool IsRunningOnWine() override { return Has("wine"); }
+    bool IsDotNetFramework48Installed() override { return !Has("no-.NET"); }
+    bool AskToInstallDotNetFramework() override { return Note(L".NET? ", Has("yes")); }
+    void OpenDotNetFrameworkDownloadPage() override { Note(L".NET-page ", 0); }
+    std::int32_t WaitForProcess(const std::wstring& file, const std::wstring& parameters,
+                                const std::wstring& directory) override {
+        if (Has("declined")) {
+            throw Exception(-125029, L"s", 1);
+        }
+        children_.emplace_back(file, parameters, directory);
+        const std::int32_t code = exitCodes_.empty() ? 0 : exitCodes_.front();
+        exitCodes_.erase(exitCodes_.begin(), exitCodes_.begin() + !exitCodes_.empty());
+        return code;
+    }
+    std::optional<std::wstring> InstalledPackageManagerPath() override {
+        return Has("no-path") ? std::nullopt : std::optional(kPm);
+    }
+    std::optional<std::wstring> InstalledPackageManagerVersion() override {
+        return Has("pm")       ? L"26.5.0.10"
+               : Has("old-pm") ? L"26.5.0.9"
+                               : std::optional<std::wstring>();
+    }
+    orvik::pkgshared::Version FileVersion(const std::wstring& file) override {
+        return orvik::pkgshared::Version(file == kBin + L"\\Install.exe" ? L"26.5.0.10" : L"");
+    }
+    bool AskToReboot() override { return Note(L"reboot? ", Has("yes")); }
+    void Reboot() override {
+        if (Note(L"reboot! ", Has("fails"))) {
+            throw Exception(-126305, L"source\\preinstall\\Main", 1);
+        }
+    }
+    std::intptr_t ShowProgress(const std::wstring& title) override {
+        return Note(L"progress:" + title + L" ", std::intptr_t{Has("busy")});
+    }
+    void FinishProgress() override { Note(L"finish ", 0); }
+    void ShowError(const std::wstring& text) override { shown_ = Note(L"dialog ", text); }
+    void WriteToParentConsole(const std::wstring& text) override {
+        shown_ = Note(L"console ", text);
     }
 
     orvik::testing::ScratchDirectory scratch_;
     orvik::testing::FakeSession session_;
-    NiceMock<MockPlatform> platform_;
     Args args_;
     std::string setup_;
     std::set<std::wstring> existing_;
     std::deque<std::int32_t> exitCodes_;
     std::vector<Child> children_;
-    std::wstring events_, shown_;
+    std::wstring events_, shown_, current_, deleted_;
 };
 
 // Per run: the children in order, each with the command line its builder
@@ -204,8 +160,9 @@ TEST_F(PreInstallTest, Runs) {
         {".NET declined", {}, "no-.NET", {}, "", -125029, L".NET? "},
         {".NET to be installed", {}, "no-.NET yes", {}, "", 0, L".NET? .NET-page "},
         {".NET on Wine", {}, "no-.NET wine", {}, "I", 0, L""},
-        {"writeable ini", {}, "ini", {}, "I", 0, L"writeable "},
+        {"writeable ini", {}, "ini", {}, "I", 0, L"writeable:C:\\dl\\bin\\orvikpkg.ini "},
     };
+    session_.guide.logs = scratch_.Path().wstring();
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         args_ = c.args;
@@ -226,16 +183,17 @@ TEST_F(PreInstallTest, Runs) {
         shown_.clear();
         session_.logger.lines.clear();
         boost::filesystem::remove(scratch_ / L"errorlog.txt");
-        // Not elevated or obsolete options: the run ends before it chooses its folders.
-        const int chosen = c.result == -126306 || c.result == -126318 ? 0 : 1;
-        EXPECT_CALL(platform_, ChangeCurrentDirectory(std::wstring(L"C:\\dl"))).Times(chosen);
-        EXPECT_CALL(platform_, DeleteWorkingDirectory(kWork)).Times(chosen);
+        current_ = deleted_ = L"";
         {
-            PreInstall run(session_, platform_);
+            PreInstall run(session_, *this);
             run.Run();
             EXPECT_EQ(c.result, run.ResultCode());
         }
         EXPECT_EQ(c.events, events_);
+        // Not elevated or obsolete options: the run ends before it chooses its folders.
+        const bool chosen = c.result != -126306 && c.result != -126318;
+        EXPECT_EQ(chosen ? L"C:\\dl" : L"", current_);
+        EXPECT_EQ(chosen ? kWork : L"", deleted_);
 
         const CommandLineOptions options = ParseCommandLine(c.args).options;
         const InstallMode mode = Has("online")  ? InstallMode::OnlineInstall
@@ -271,7 +229,6 @@ TEST_F(PreInstallTest, Runs) {
         if (c.report != nullptr) {
             EXPECT_THAT(session_.logger.Messages(), ::testing::Contains(c.report->second));
         }
-        ::testing::Mock::VerifyAndClearExpectations(&platform_);
     }
 }
 
