@@ -68,13 +68,14 @@ start_wine "$build/x64"
 stop_wine
 
 if ! reason=$(bash "$here/host-runs-32bit.sh"); then
+  bash "$build/host-tests.sh" || status=1
   # The 32-bit test programs cannot even list their cases here: count the
   # cases their sources declare, and the scripted tests.
   sources=$(grep -o '[^;]*' "$build/wine-test-sources.txt" | sort -u)
   cases=$(cat $sources | grep -cE '^(TEST|TEST_F|TEST_P)\(' || true)
   scripted=$(grep -c . "$build/wine-scripted-tests.txt" || true)
   echo "Not run: $cases Wine test cases of the 32-bit test programs and $scripted scripted" \
-    "tests, because this host cannot run 32-bit programs ($reason)."
+    "Wine tests, because this host cannot run 32-bit programs ($reason)."
   exit "$status"
 fi
 
