@@ -103,8 +103,15 @@ TEST(ReportExceptionTest, AppendsToTheLogOrRaises) {
     }
 }
 
-// The catalog text of `code` in `language`; column -1: "Error: <code>".
+// The generator refuses a catalog whose codes repeat or do not fall, or whose
+// texts are missing or disagree on placeholders; the table it emits falls
+// strictly and ends with a zero record. The catalog text of `code` in
+// `language`; column -1: "Error: <code>".
 TEST(ErrorCatalogTest, LookUpByCodeAndExactLanguage) {
+    for (size_t i = 1; i < kErrorCatalogSize; ++i) {
+        EXPECT_LT(kErrorCatalog[i].code, kErrorCatalog[i - 1].code) << i;
+    }
+    EXPECT_EQ(0, kErrorCatalog[kErrorCatalogSize].code);
     const int ui = static_cast<int>(CatalogLanguageFor(CurrentUiLanguage()));
     const std::tuple<std::int32_t, std::uint16_t, int> rows[] = {
         {-125000, 1033, 0}, {-126403, 1036, 1},  {-125553, 1031, 2}, {-125553, 1041, 3},
