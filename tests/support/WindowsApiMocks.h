@@ -6,8 +6,6 @@
 #include "shared/WindowsApi/IWindowsComApi.h"
 #include "shared/WindowsApi/IWindowsErrorHandlingApi.h"
 #include "shared/WindowsApi/IWindowsEventLogApi.h"
-#include "shared/WindowsApi/IWindowsFileApi.h"
-#include "shared/WindowsApi/IWindowsSysInfoApi.h"
 
 namespace orvik::testing {
 
@@ -39,34 +37,6 @@ public:
     MOCK_METHOD(BOOL, EvtRender, (EVT_HANDLE, EVT_HANDLE, DWORD, DWORD, PVOID, PDWORD, PDWORD),
                 (override));
     MOCK_METHOD(BOOL, EvtClose, (EVT_HANDLE), (override));
-    OrvikPkg::WindowsApi::IWindowsErrorHandlingApi& GetErrorHandlingApi() override {
-        return errors;
-    }
-    ::testing::StrictMock<MockErrorHandlingApi> errors;
-};
-
-class MockFileApi : public OrvikPkg::WindowsApi::IWindowsFileApi {
-public:
-    MOCK_METHOD(HANDLE, CreateFileW,
-                (LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE), (override));
-    MOCK_METHOD(BOOL, GetFileSizeEx, (HANDLE, PLARGE_INTEGER), (override));
-    MOCK_METHOD(BOOL, GetFileTime, (HANDLE, LPFILETIME, LPFILETIME, LPFILETIME), (override));
-    MOCK_METHOD(BOOL, CloseHandle, (HANDLE), (override));
-    MOCK_METHOD(BOOL, ReadFile, (HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED), (override));
-    MOCK_METHOD(BOOL, SetFilePointerEx, (HANDLE, LARGE_INTEGER, PLARGE_INTEGER, DWORD), (override));
-    MOCK_METHOD(BOOL, WriteFile, (HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED), (override));
-    MOCK_METHOD(BOOL, GetDiskFreeSpaceExW,
-                (LPCWSTR, PULARGE_INTEGER, PULARGE_INTEGER, PULARGE_INTEGER), (override));
-    OrvikPkg::WindowsApi::IWindowsErrorHandlingApi& GetErrorHandlingApi() override {
-        return errors;
-    }
-    ::testing::StrictMock<MockErrorHandlingApi> errors;
-};
-
-class MockSysInfoApi : public OrvikPkg::WindowsApi::IWindowsSysInfoApi {
-public:
-    MOCK_METHOD(BOOL, GlobalMemoryStatusEx, (LPMEMORYSTATUSEX), (override));
-    MOCK_METHOD(int, GetLocaleInfoEx, (LPCWSTR, LCTYPE, LPWSTR, int), (override));
     OrvikPkg::WindowsApi::IWindowsErrorHandlingApi& GetErrorHandlingApi() override {
         return errors;
     }
