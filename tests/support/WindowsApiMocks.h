@@ -1,19 +1,15 @@
 #pragma once
-// GoogleMock substitutes for the Windows call wrappers. Each answers its
-// GetErrorHandlingApi with the `errors` mock it holds.
+// Windows call wrappers; GetErrorHandlingApi answers the `errors` mock held.
 #include <gmock/gmock.h>
-
 #include "shared/WindowsApi/IWindowsComApi.h"
 #include "shared/WindowsApi/IWindowsErrorHandlingApi.h"
 #include "shared/WindowsApi/IWindowsEventLogApi.h"
 
 namespace orvik::testing {
-
 class MockErrorHandlingApi : public OrvikPkg::WindowsApi::IWindowsErrorHandlingApi {
 public:
     MOCK_METHOD(DWORD, GetLastError, (), (override));
 };
-
 class MockComApi : public OrvikPkg::WindowsApi::IWindowsComApi {
 public:
     MOCK_METHOD(HRESULT, CoInitializeEx, (LPVOID, DWORD), (override));
@@ -28,7 +24,6 @@ public:
     }
     ::testing::StrictMock<MockErrorHandlingApi> errors;
 };
-
 class MockEventLogApi : public OrvikPkg::WindowsApi::IWindowsEventLogApi {
 public:
     MOCK_METHOD(EVT_HANDLE, EvtQuery, (EVT_HANDLE, LPCWSTR, LPCWSTR, DWORD), (override));
@@ -42,5 +37,4 @@ public:
     }
     ::testing::StrictMock<MockErrorHandlingApi> errors;
 };
-
 }  // namespace orvik::testing

@@ -1,20 +1,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include "shared/ExceptionFamily.h"
 #include "shared/SystemInfo/WindowsManagementInstrumentationProxy.h"
-#include "shared/WindowsApi/ComInitializer.h"
 #include "support/Thrown.h"
 #include "support/WindowsApiMocks.h"
 
 namespace OrvikPkg::SystemInfo {
 namespace {
-
 using ::testing::_;
 using ::testing::Return;
-
-// A failure while connecting releases what was made and undoes only the COM
-// initialisation that the proxy itself made.
+// A failed connection undoes only the COM initialisation the proxy made.
 TEST(WindowsManagementInstrumentationTest, FailedConnectionUndoesOwnComOnly) {
     for (const HRESULT initialised : {S_OK, RPC_E_CHANGED_MODE}) {
         ::testing::StrictMock<orvik::testing::MockComApi> api;
@@ -30,25 +25,5 @@ TEST(WindowsManagementInstrumentationTest, FailedConnectionUndoesOwnComOnly) {
              37});
     }
 }
-
-// Uninitialises only what it initialised; other failures raise with the result.
-TEST(ComInitializerTest, UninitialisesOnlyWhatItInitialisedAndRaisesOtherFailures) {
-    for (const HRESULT result : {S_OK, S_FALSE, RPC_E_CHANGED_MODE, E_OUTOFMEMORY}) {
-        SCOPED_TRACE(result);
-        ::testing::StrictMock<orvik::testing::MockComApi> api;
-        EXPECT_CALL(api, CoInitializeEx(nullptr, 2u)).WillOnce(Return(result));
-        EXPECT_CALL(api, CoUninitialize()).Times(SUCCEEDED(result) ? 1 : 0);
-        if (result == E_OUTOFMEMORY) {
-            orvik::testing::ExpectThrows([&] { WindowsApi::ComInitializer guard(api); },
-                                         {orvik::pkgshared::kWindowsFunctionErrorCode,
-                                          {std::to_wstring(result), L"CoInitializeEx"},
-                                          L"source\\shared\\WindowsApi/ComInitializer",
-                                          43});
-        } else {
-            EXPECT_EQ(SUCCEEDED(result), WindowsApi::ComInitializer(api).Initialized());
-        }
-    }
-}
-
 }  // namespace
 }  // namespace OrvikPkg::SystemInfo
