@@ -1,11 +1,9 @@
 #pragma once
 // GoogleMock substitutes for the machine summary.
 #include <gmock/gmock.h>
-
 #include "shared/SystemInfo/ISystemInformation.h"
 
 namespace orvik::testing {
-
 class MockSecurityProviders : public OrvikPkg::SystemInfo::ISecurityProvidersInformation {
 public:
     using List = OrvikPkg::SystemInfo::SecurityProductList;
@@ -13,7 +11,6 @@ public:
     MOCK_METHOD(const List&, GetAntispywareProducts, (), (override));
     MOCK_METHOD(const List&, GetFirewallProducts, (), (override));
 };
-
 class MockSystemInformation : public OrvikPkg::SystemInfo::ISystemInformation {
 public:
     MOCK_METHOD(OrvikPkg::SystemInfo::OperatingSystem, GetOperatingSystem, (), (override));
@@ -25,5 +22,4 @@ public:
     MOCK_METHOD(OrvikPkg::SystemInfo::SystemTime, GetCurrentTime, (), (override));
     MOCK_METHOD(std::vector<std::wstring>, GetRecentWindowsUpdates, (), (override));
 };
-
 }  // namespace orvik::testing
