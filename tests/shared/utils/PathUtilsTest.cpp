@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 #include <windows.h>
+#include <cerrno>
 #include <utility>
 #include <vector>
 #include "shared/ExceptionFamily.h"
 #include "shared/utils/DirectoryPath.h"
 #include "shared/utils/FilePath.h"
 #include "shared/utils/FileVersion.h"
+#include "shared/utils/OsUtils.h"
 #include "shared/utils/PathUtils.h"
 #include "shared/utils/WinResources.h"
 #include "support/ScratchDirectory.h"
@@ -61,6 +63,26 @@ TEST_F(PathUtilsTest, DeletesTreesAndFilesWithReadOnlyEntries) {
     }
     EXPECT_TRUE(reporter_.reports.empty());
 }
+
+// A file held open stays and is reported; the rest of the tree still goes.
+TEST_F(PathUtilsTest, FileHeldOpenIsReportedAndTheRestGoesOn) {
+    const fs::path root = scratch_ / L"busy";
+    fs::create_directories(root);
+    WriteBytes(root / L"held.txt", "x");
+    WriteBytes(root / L"free.txt", "y");
+    {
+        const UniqueHandle held(::CreateFileW((root / L"held.txt").c_str(), GENERIC_READ, 0,
+                                              nullptr, OPEN_EXISTING, 0, nullptr));
+        ASSERT_TRUE(held);
+        pathutils::DeleteEntirePath(root, reporter_);
+    }
+    ASSERT_EQ(1u, reporter_.reports.size());
+    EXPECT_EQ(0u, reporter_.reports[0].second.find(L"pathutils::DeleteEntirePath: Boost file "
+                                                   L"system function 'remove_all' returned"));
+    EXPECT_TRUE(fs::exists(root / L"held.txt"));
+    EXPECT_FALSE(fs::exists(root / L"free.txt"));
+}
+
 TEST_F(PathUtilsTest, DirectoryCreateAndFileCopyOrRaiseWithThePaths) {
     const DirectoryPath nested(scratch_ / L"a\\b\\c");
     nested.Create();
@@ -98,5 +120,73 @@ TEST(FileVersionTest, ReadsTheFixedFileVersionOrKeepsTheCallersVersion) {
     ASSERT_TRUE(ReadFileVersion(FilePath(path), version));
     EXPECT_EQ(L"26.5.0.49297", version.ToString());
 }
+
+int closes = 0;
+BOOL WINAPI FailingClose(HANDLE) {
+    ++closes;
+    ::SetLastError(ERROR_INVALID_HANDLE);
+    errno = EBADF;
+    return FALSE;
+}
+
+// Closing keeps the caller's last error and errno; nothing and
+// INVALID_HANDLE_VALUE are never closed; a move hands over without closing.
+TEST(UniqueResourceTest, ClosesOnceAndKeepsTheLastError) {
+    using Counted = UniqueResource<HANDLE, &FailingClose, HandleValidity>;
+    closes = 0;
+    {
+        Counted none, invalid(INVALID_HANDLE_VALUE), owner(reinterpret_cast<HANDLE>(0x40));
+        Counted moved(std::move(owner));
+        EXPECT_FALSE(owner);
+        ::SetLastError(ERROR_FILE_NOT_FOUND);
+        errno = ENOENT;
+        moved.reset(reinterpret_cast<HANDLE>(0x50));
+        EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, ::GetLastError());
+        EXPECT_EQ(ENOENT, errno);
+        EXPECT_EQ(1, closes);
+        EXPECT_EQ(reinterpret_cast<HANDLE>(0x50), moved.release());
+    }
+    EXPECT_EQ(1, closes);
+}
+
+// Run again with the linked, non-elevated token of this process's token, the
+// test reports what IsElevated says there into ORVIK_ELEVATION_FILE.
+TEST(OsUtilsTest, ElevationIsReadFromTheProcessToken) {
+    wchar_t file[MAX_PATH] = {};
+    if (::GetEnvironmentVariableW(L"ORVIK_ELEVATION_FILE", file, MAX_PATH) != 0) {
+        WriteBytes(file, osutils::IsElevated() ? "elevated" : "limited");
+        return;
+    }
+    EXPECT_TRUE(osutils::IsElevated());  // Wine's processes run elevated
+    UniqueHandle token;
+    ASSERT_TRUE(::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, token.put()));
+    TOKEN_LINKED_TOKEN linked{};
+    DWORD size = 0;
+    ASSERT_TRUE(
+        ::GetTokenInformation(token.get(), TokenLinkedToken, &linked, sizeof(linked), &size));
+    const UniqueHandle limited(linked.LinkedToken);
+    UniqueHandle primary;
+    ASSERT_TRUE(::DuplicateTokenEx(limited.get(), TOKEN_ALL_ACCESS, nullptr, SecurityImpersonation,
+                                   TokenPrimary, primary.put()));
+    orvik::testing::ScratchDirectory scratch;
+    const fs::path report = scratch / L"elevation.txt";
+    wchar_t self[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, self, MAX_PATH);
+    std::wstring commandLine = L"\"" + std::wstring(self) +
+                               L"\" --gtest_filter=OsUtilsTest.ElevationIsReadFromTheProcessToken";
+    ::SetEnvironmentVariableW(L"ORVIK_ELEVATION_FILE", report.c_str());
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    const BOOL started =
+        ::CreateProcessAsUserW(primary.get(), nullptr, commandLine.data(), nullptr, nullptr, FALSE,
+                               CREATE_NO_WINDOW, nullptr, nullptr, &startup, &process);
+    ::SetEnvironmentVariableW(L"ORVIK_ELEVATION_FILE", nullptr);
+    ASSERT_TRUE(started) << ::GetLastError();
+    const UniqueHandle processHandle(process.hProcess), threadHandle(process.hThread);
+    ASSERT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(process.hProcess, 60000));
+    EXPECT_EQ("limited", ReadBytes(report));
+}
+
 }  // namespace
 }  // namespace orvik::pkgshared
