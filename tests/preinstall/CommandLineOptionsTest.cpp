@@ -46,22 +46,20 @@ TEST(CommandLineOptionsTest, ArgumentsToFlagsPassThroughAndObsoleteList) {
          "PERHAMW",
          L"",
          {}},
-        {{L"--quiet", L"--passive"}, "QW", L"", {}},  // quiet wins, both consumed
+        {{L"--quiet", L"--passive"}, "QW", L"", {}},
         {{L"--passive", L"--quiet"}, "QW", L"", {}},
-        {{L"--PASSIVE"}, "W", L"--PASSIVE", {}},                 // case-sensitive
-        {{L"--passive", L"--passive"}, "PW", L"--passive", {}},  // a repeat passes through
-        {{L"--quiet", L"--quiet", L"x"}, "QW", L"--quiet x", {}},
-        {{L"--install-orvikpm-with-product"}, "W", L"--install-orvikpm-with-product", {}},
-        {{L"/cx", L"/q-", L"--passive=1"}, "W", L"/cx /q- --passive=1", {}},
-        {{L"--log=C:\\a b", L""}, "W", L"--log=C:\\a b ", {}},  // no quoting is added
-        {{L"", L"y"}, "W", L"y", {}},
-        {{L"--bootstrapper", L"--quiet", L"k", L"/t:x", L"/C:F"},
-         "QW",
+        {{L"--PASSIVE"}, "W", L"--PASSIVE", {}},
+        {{L"--passive", L"--passive"}, "PW", L"--passive", {}},
+        {{L"/cx", L"/t", L"/r", L"--bootstrapper2", L"/q-", L"--passive=1"},
+         "W",
+         L"/cx /t /r --bootstrapper2 /q- --passive=1",
+         {}},
+        {{L"", L"a b", L""}, "W", L"a b ", {}},
+        {{L"--Bootstrapper", L"--UNFLATTEN-SUITE", L"k", L"/c", L"/C:F", L"/t:", L"/R:1"},
+         "W",
          L"k",
-         {L"--bootstrapper", L"/t:x", L"/C:F"}},
-        {{L"/q"}, "PW", L"", {L"/q"}},  // obsolete, and makes the run passive
-        {{L"/Q:basic"}, "PW", L"", {L"/Q:basic"}},
-        {{L"/q", L"--passive"}, "PW", L"--passive", {L"/q"}},
+         {L"--Bootstrapper", L"--UNFLATTEN-SUITE", L"/c", L"/C:F", L"/t:", L"/R:1"}},
+        {{L"/q", L"/Q:basic"}, "PW", L"", {L"/q", L"/Q:basic"}},
     };
     for (const auto& c : cases) {
         const ParsedCommandLine parsed = ParseCommandLine(c.args);
@@ -70,19 +68,8 @@ TEST(CommandLineOptionsTest, ArgumentsToFlagsPassThroughAndObsoleteList) {
         EXPECT_EQ(c.passThrough, parsed.options.passThroughArguments);
         EXPECT_EQ(c.obsolete, parsed.obsoleteArguments);
     }
-}
-
-TEST(CommandLineOptionsTest, ObsoleteOptionsIgnoreCase) {
-    for (const wchar_t* obsolete : {L"--bootstrapper", L"--Bootstrapper", L"--UNFLATTEN-SUITE",
-                                    L"/c", L"/C", L"/C:foo", L"/t:x", L"/T:", L"/r:1"}) {
-        EXPECT_TRUE(IsObsoleteOption(obsolete)) << ::testing::PrintToString(obsolete);
-    }
-    for (const wchar_t* fine : {L"/cx", L"/t", L"/r", L"--bootstrapper2", L"c:", L"/q", L""}) {
-        EXPECT_FALSE(IsObsoleteOption(fine)) << ::testing::PrintToString(fine);
-    }
-    const PreInstallOptionObsolete e({L"--bootstrapper", L"/t:x"}, L"source\\preinstall\\Main", 5);
-    orvik::testing::ExpectError(
-        e, {-126318, {L"--bootstrapper /t:x"}, L"source\\preinstall\\Main", 5});
+    const PreInstallOptionObsolete e({L"/c", L"/t:x"}, L"source\\preinstall\\Main", 5);
+    orvik::testing::ExpectError(e, {-126318, {L"/c /t:x"}, L"source\\preinstall\\Main", 5});
 }
 
 const std::wstring kIni = L"C:\\Temp\\orvikpkg_preinstall_1\\orvikpkg.ini";
@@ -102,11 +89,10 @@ TEST(PackageManagerCommandLineTest, InstallParameters) {
     } cases[] = {
         {Options(""), none, L"", launch},
         {Options(""), suite, L"", L"--hide-completion --prevent-reboot"},
-        {Options("P"), suite, L"", L"--hide-completion --passive --prevent-reboot"},
+        {Options("PA"), suite, L"", L"--hide-completion --passive --prevent-reboot"},
         {Options("Q"), InstallMode::OnlineInstall, L"",
          L"--hide-completion --quiet --prevent-reboot"},
         {Options("AE"), suite, L"", L"--hide-completion --passive --accept-eulas --prevent-reboot"},
-        {Options("PA"), suite, L"", L"--hide-completion --passive --prevent-reboot"},
         {Options("ERH"), none, L"", launch + L" --accept-eulas"},
         {Options("M", L"--x"), suite, kIni,
          L"--hide-completion --prevent-reboot " + kConfig + L" --no-winquel-mutex"},
@@ -129,15 +115,14 @@ TEST(PackageManagerCommandLineTest, LaunchParameters) {
          L"install-suite suite.dat --passive --accept-eulas --prevent-reboot --hide-completion "
          L"--no-winquel-mutex --custom-resource-config=\"" +
              custom + L"\" " + kConfig + L" --install-orvikpm-with-product --foo"},
-        {Options("Q"), {online, false, uri, kIni, {}}, L"--uri=" + uri + L" --quiet"},  // no config
+        {Options("Q"), {online, false, uri, kIni, {}}, L"--uri=" + uri + L" --quiet"},
         {Options("Q"),
          {online, true, uri, kIni, {}},
          L"--uri=" + uri + L" --quiet --install-orvikpm-with-product --update-feeds " + kConfig},
-        {Options("PQA"),
+        {Options("PQ"),
          {suite, true, L"", kIni, {}},
          L"install-suite suite.dat --passive --install-orvikpm-with-product --update-feeds " +
              kConfig},
-        {Options(""), {InstallMode::None, false, L"", kIni, {}}, kConfig},
         {Options("H", L"a b"),
          {InstallMode::None, false, L"", kIni, {}},
          L"--hide-completion " + kConfig + L" a b"},

@@ -1,5 +1,6 @@
 #pragma once
 // Hand-written substitutes for the shared services.
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <string>
@@ -24,10 +25,9 @@ public:
     void Close() override {}
     std::wstring GetLogFilePath() const override { return L""; }
     std::vector<std::wstring> Messages() const {
-        std::vector<std::wstring> messages;
-        for (const Line& line : lines) {
-            messages.push_back(line.message);
-        }
+        std::vector<std::wstring> messages(lines.size());
+        std::transform(lines.begin(), lines.end(), messages.begin(),
+                       [](auto& l) { return l.message; });
         return messages;
     }
     std::vector<Line> lines;
@@ -41,9 +41,7 @@ public:
         const auto it = bools.find(name);
         return it == bools.end() ? std::nullopt : std::optional<bool>(it->second);
     }
-    std::optional<std::int64_t> GetNumber(const std::wstring&) const override {
-        return std::nullopt;
-    }
+    std::optional<std::int64_t> GetNumber(const std::wstring&) const override { return {}; }
     std::optional<std::wstring> GetString(const std::wstring& name) const override {
         const auto it = strings.find(name);
         return it == strings.end() ? std::nullopt : std::optional<std::wstring>(it->second);
