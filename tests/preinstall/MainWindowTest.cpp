@@ -9,9 +9,8 @@
 namespace orvik::pkgui::preinstall {
 namespace {
 
-// The worker asks twice for the progress window titled `first`, checks that
-// one window with the title `second`, a status line and a marquee bar is on
-// screen, then finishes it.
+// The worker asks twice for the window titled `first`, checks that one window
+// titled `second` with a status line and a marquee bar is shown, then finishes it.
 std::int32_t ShowTwiceAndCheck(MainWindow& window, void* context) {
     const auto& [request, title] = *static_cast<std::pair<std::wstring, std::wstring>*>(context);
     for (int i = 0; i < 2; ++i) {
@@ -19,9 +18,8 @@ std::int32_t ShowTwiceAndCheck(MainWindow& window, void* context) {
                        reinterpret_cast<WPARAM>(&request), 0);
     }
     HWND progress = window.ProgressHandle();
-    const wchar_t* const progressClass = MainWindow::kProgressClassName;
-    EXPECT_EQ(progress, ::FindWindowExW(nullptr, nullptr, progressClass, nullptr));
-    EXPECT_EQ(nullptr, ::FindWindowExW(nullptr, progress, progressClass, nullptr));
+    EXPECT_EQ(progress, ::FindWindowExW(nullptr, nullptr, MainWindow::kProgressClassName, 0));
+    EXPECT_EQ(nullptr, ::FindWindowExW(nullptr, progress, MainWindow::kProgressClassName, 0));
     HWND bar = ::FindWindowExW(progress, nullptr, PROGRESS_CLASSW, nullptr);
     wchar_t text[64] = {};
     ::GetWindowTextW(progress, text, 64);

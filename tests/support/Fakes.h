@@ -1,6 +1,5 @@
 #pragma once
 // Hand-written substitutes for the shared services.
-#include <algorithm>
 #include <functional>
 #include <map>
 #include <string>
@@ -25,9 +24,10 @@ public:
     void Close() override {}
     std::wstring GetLogFilePath() const override { return L""; }
     std::vector<std::wstring> Messages() const {
-        std::vector<std::wstring> messages(lines.size());
-        std::transform(lines.begin(), lines.end(), messages.begin(),
-                       [](auto& l) { return l.message; });
+        std::vector<std::wstring> messages;
+        for (const Line& line : lines) {
+            messages.push_back(line.message);
+        }
         return messages;
     }
     std::vector<Line> lines;
@@ -55,13 +55,11 @@ public:
     void Sleep(std::chrono::milliseconds duration) override {
         sleeps.push_back(duration);
         now += duration.count() * 10'000;
-        if (onSleep) {
-            onSleep(sleeps.size());
-        }
+        onSleep(sleeps.size());
     }
     std::int64_t now = 0;
     std::vector<std::chrono::milliseconds> sleeps;
-    std::function<void(size_t)> onSleep;
+    std::function<void(size_t)> onSleep = [](size_t) {};
 };
 
 }  // namespace orvik::testing
