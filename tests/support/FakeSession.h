@@ -1,8 +1,5 @@
 #pragma once
-// A session whose logs directory is a folder of the test's and whose logger
-// records lines.
-#include <string>
-
+// A session whose logs directory is a folder of the test's and whose logger records lines.
 #include "shared/ISharedSession.h"
 #include "shared/PathGuide.h"
 #include "support/Fakes.h"
@@ -19,13 +16,12 @@ public:
 
 class FakeSession : public pkgshared::ISharedSession {
 public:
+    using SystemInformation = OrvikPkg::SystemInfo::ISystemInformation;
     FakeSession() : guide(configuration) {}
     pkgshared::PathGuide& GetPathGuide() override { return guide; }
     pkgshared::ILocalConfiguration& GetLocalConfiguration() override { return configuration; }
     pkgshared::ILogger& GetLogger() override { return logger; }
-    OrvikPkg::SystemInfo::ISystemInformation& GetSystemInformation() override {
-        return systemInformation;
-    }
+    SystemInformation& GetSystemInformation() override { return systemInformation; }
     FakeConfiguration configuration;
     LogsHere guide;
     RecordingLogger logger;

@@ -41,9 +41,7 @@ public:
         const auto it = bools.find(name);
         return it == bools.end() ? std::nullopt : std::optional<bool>(it->second);
     }
-    std::optional<std::int64_t> GetNumber(const std::wstring&) const override {
-        return std::nullopt;
-    }
+    std::optional<std::int64_t> GetNumber(const std::wstring&) const override { return {}; }
     std::optional<std::wstring> GetString(const std::wstring& name) const override {
         const auto it = strings.find(name);
         return it == strings.end() ? std::nullopt : std::optional<std::wstring>(it->second);
@@ -57,13 +55,11 @@ public:
     void Sleep(std::chrono::milliseconds duration) override {
         sleeps.push_back(duration);
         now += duration.count() * 10'000;
-        if (onSleep) {
-            onSleep(sleeps.size());
-        }
+        onSleep(sleeps.size());
     }
     std::int64_t now = 0;
     std::vector<std::chrono::milliseconds> sleeps;
-    std::function<void(size_t)> onSleep;
+    std::function<void(size_t)> onSleep = [](size_t) {};
 };
 
 }  // namespace orvik::testing
