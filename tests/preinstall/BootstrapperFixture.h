@@ -1,10 +1,12 @@
 #pragma once
 // The real bootstrapper template run by the tests: a copy in the test's own
-// folder, the recording child, and the packing tool.
+// folder (or an installer packed from it), the recording child and the
+// packing tool.
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -22,91 +24,154 @@ using orvik::testing::Quoted;
 using orvik::testing::ReadBytes;
 using orvik::testing::WriteBytes;
 
-// The real bootstrapper template, copied into a folder of the test with the
-// recording child as "bin\Install.exe".
+const std::wstring kManagerKey = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
+
+// A started child: its program's file name, current directory and parameters.
+struct Record {
+    std::string program, directory, parameters;
+};
+
+// How a run ended and the children it started, in order.
+struct Outcome : orvik::testing::ChildResult {
+    std::vector<Record> records;
+};
+
+// The prefix user's logs folder: the run's log and errorlog.txt go there
+// when no "logs-directory" is configured.
+inline fs::path DefaultLogs() {
+    wchar_t local[MAX_PATH] = {};
+    ::GetEnvironmentVariableW(L"LOCALAPPDATA", local, MAX_PATH);
+    return fs::path(local) / L"Calvenna" / L"Orvik Package Manager" / L"Logs";
+}
+inline std::string ErrorLog() {
+    return ReadBytes(DefaultLogs() / L"errorlog.txt");
+}
+
+// The working directories of runs that are still in `temp`.
+inline int LeftWorkingDirectories(const fs::path& temp = fs::temp_directory_path()) {
+    int count = 0;
+    for (fs::directory_iterator it(temp), end; it != end; ++it) {
+        count += it->path().filename().wstring().rfind(L"orvikpkg_preinstall-", 0) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+// A visible dialog (a message box) of the process `id`, or null.
+inline HWND DialogOf(DWORD id) {
+    for (HWND box = nullptr; (box = ::FindWindowExW(nullptr, box, L"#32770", nullptr));) {
+        DWORD owner = 0;
+        ::GetWindowThreadProcessId(box, &owner);
+        if (owner == id && ::IsWindowVisible(box)) {
+            return box;
+        }
+    }
+    return nullptr;
+}
+
 class BootstrapperTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        setup_ = scratch_ / L"setup.exe";
+    void SetUp() override { UseFolder(L"run"); }
+    // Starts over in a new folder `name` of the scratch folder, with a copy of
+    // the template as setup.exe and its own record.
+    void UseFolder(const std::wstring& name) {
+        base_ = scratch_ / name.c_str();
+        setup_ = base_ / L"setup.exe";
+        record_ = base_ / L"record.txt";
+        fs::create_directories(base_);
         fs::copy_file(bin_ / L"preinstall.exe", setup_);
-        record_ = scratch_ / L"record.txt";
         ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", record_.c_str());
     }
     void TearDown() override {
         ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", nullptr);
         orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
     }
-    // Records the package manager as installed: its program in the 32-bit
-    // view and, when given, its version in the 64-bit view.
+    // Records the recording child as the installed package manager: its
+    // program in the 32-bit view and, when given, its version in the 64-bit view.
     fs::path InstallPackageManager(const wchar_t* version) {
-        const fs::path program = scratch_ / L"pm" / L"orvikpkg.exe";
+        const fs::path program = base_ / L"pm" / L"orvikpkg.exe";
         fs::create_directories(program.parent_path());
         fs::copy_file(bin_ / L"child_recorder.exe", program);
-        const std::wstring key = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
-        orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"GUIExecutableFullPath",
+        orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableFullPath",
                                           program.wstring(), KEY_WOW64_32KEY);
         if (version != nullptr) {
-            orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"GUIExecutableVersion",
-                                              version, KEY_WOW64_64KEY);
+            orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey,
+                                              L"GUIExecutableVersion", version, KEY_WOW64_64KEY);
         }
         return program;
     }
-    // The parameters a recorded child was started with.
-    static std::string Parameters(const std::string& record) {
-        const size_t program = record.find('|', record.find('|') + 1) + 1;
-        const size_t afterProgram =
-            record[program] == '"' ? record.find('"', program + 1) + 1 : record.find(' ', program);
-        return record.substr(afterProgram + 1);
-    }
-    static std::string Directory(const std::string& record) {
-        const size_t first = record.find('|') + 1;
-        return record.substr(first, record.find('|', first) - first);
-    }
-    void InstallChild(const std::string& exitCodes) {
-        fs::create_directories(scratch_ / L"bin");
-        fs::copy_file(bin_ / L"child_recorder.exe", scratch_ / L"bin" / L"Install.exe");
+    // The recording child as "bin\Install.exe" (with "bin\suite.dat" and
+    // "bin\resources\config.dat" for a suite); the children exit with
+    // `exitCodes` (comma-separated) in turn.
+    void InstallChild(const std::string& exitCodes, bool suite = false) {
+        fs::create_directories(base_ / L"bin" / L"resources");
+        fs::copy_file(bin_ / L"child_recorder.exe", base_ / L"bin" / L"Install.exe");
         WriteBytes(record_.wstring() + L".codes", exitCodes);
+        if (suite) {
+            WriteBytes(base_ / L"bin" / L"suite.dat", "suite");
+            WriteBytes(base_ / L"bin" / L"resources" / L"config.dat", "config");
+        }
     }
-    // Builds `installer` from the template with the packing tool.
-    void Pack(const fs::path& installer, const std::wstring& resources) {
+    // Replaces setup.exe by an installer packed from the template.
+    void Pack(const std::wstring& arguments) {
+        fs::remove(setup_);
         const auto pack =
-            orvik::testing::Run(Quoted(bin_ / L"orvikpkg-pack.exe") + L" --template " +
-                                    Quoted(bin_ / L"preinstall.exe") + L" --output " +
-                                    Quoted(installer) + L" " + resources,
-                                scratch_.Path());
+            orvik::testing::Pack(L"--template " + Quoted(bin_ / L"preinstall.exe") + L" --output " +
+                                     Quoted(setup_) + L" " + arguments,
+                                 base_);
         ASSERT_EQ(0, pack.exitCode) << pack.output;
     }
-    orvik::testing::ChildResult Bootstrap(const std::wstring& arguments) {
-        return orvik::testing::Run(Quoted(setup_) + L" " + arguments, scratch_.Path());
-    }
-    std::vector<std::string> Records() {
-        std::vector<std::string> lines;
+    // Runs setup.exe to its end (two minutes at most) and reads the records.
+    // A message box is handed once to `onBox`; without it, a box is a failure
+    // and is closed.
+    Outcome Bootstrap(const std::wstring& arguments, const std::function<void(HWND)>& onBox = {}) {
+        fs::remove(record_);
+        Outcome outcome;
+        int rounds = 0;
+        HWND seen = nullptr;
+        static_cast<orvik::testing::ChildResult&>(outcome) = orvik::testing::Run(
+            Quoted(setup_) + L" " + arguments, base_, [&](const PROCESS_INFORMATION& p) {
+                HWND box = DialogOf(p.dwProcessId);
+                if (box != nullptr && box != seen) {
+                    seen = box;
+                    if (onBox) {
+                        onBox(box);
+                    } else {
+                        ADD_FAILURE() << "a message box appeared";
+                        ::PostMessageW(box, WM_CLOSE, 0, 0);
+                    }
+                }
+                return ++rounds < 480;
+            });
+        EXPECT_LT(rounds, 480) << "the run did not end";
         std::istringstream in(ReadBytes(record_));
         for (std::string line; std::getline(in, line);) {
-            lines.push_back(line);
+            const size_t bar = line.find('|'), bar2 = line.find('|', bar + 1);
+            const std::string command = line.substr(bar2 + 1);
+            const size_t end = command[0] == '"' ? command.find('"', 1) + 1 : command.find(' ');
+            outcome.records.push_back({line.substr(0, bar), line.substr(bar + 1, bar2 - bar - 1),
+                                       end < command.size() ? command.substr(end + 1) : ""});
         }
-        return lines;
+        return outcome;
+    }
+    // `text` with the run's folder written "{scratch}" and the value of
+    // --config, a file in the run's working directory, written "{config}".
+    std::string Normalized(std::string text) const {
+        const std::string scratch = orvik::pkgshared::WideToUtf8(base_.wstring());
+        for (size_t at; (at = text.find(scratch)) != std::string::npos;) {
+            text.replace(at, scratch.size(), "{scratch}");
+        }
+        const size_t key = text.find("--config=\"");
+        if (key != std::string::npos) {
+            const size_t config = key + 10, end = text.find('"', config);
+            EXPECT_NE(std::string::npos, text.find("orvikpkg_preinstall-", config)) << text;
+            text.replace(config, end - config, "{config}");
+        }
+        return text;
     }
 
     orvik::testing::ScratchDirectory scratch_;
     const fs::path bin_ = orvik::testing::BinDirectory();
-    fs::path setup_;
-    fs::path record_;
+    fs::path base_, setup_, record_;
 };
-
-inline fs::path DefaultLogs() {
-    wchar_t local[MAX_PATH] = {};
-    ::GetEnvironmentVariableW(L"LOCALAPPDATA", local, MAX_PATH);
-    return fs::path(local) / L"Calvenna" / L"Orvik Package Manager" / L"Logs";
-}
-
-// The working directories of runs that are still in the temporary folder.
-inline int LeftWorkingDirectories() {
-    int count = 0;
-    for (fs::directory_iterator it(fs::temp_directory_path()), end; it != end; ++it) {
-        count += it->path().filename().wstring().rfind(L"orvikpkg_preinstall-", 0) == 0 ? 1 : 0;
-    }
-    return count;
-}
 
 }  // namespace orvik::pkgui::preinstall

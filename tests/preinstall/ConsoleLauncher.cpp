@@ -8,29 +8,21 @@
 #include <string>
 
 int wmain(int argc, wchar_t** argv) {
-    if (argc < 2) {
-        return 2;
-    }
-    std::wstring commandLine;
-    for (int i = 1; i < argc; ++i) {
-        if (i > 1) {
-            commandLine += L' ';
-        }
-        commandLine += i == 1 ? L"\"" + std::wstring(argv[i]) + L"\"" : std::wstring(argv[i]);
+    std::wstring commandLine = argc < 2 ? L"" : L"\"" + std::wstring(argv[1]) + L"\"";
+    for (int i = 2; i < argc; ++i) {
+        commandLine += L" " + std::wstring(argv[i]);
     }
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process{};
-    if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS,
-                          nullptr, nullptr, &startup, &process)) {
+    if (argc < 2 || !::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE,
+                                      DETACHED_PROCESS, nullptr, nullptr, &startup, &process)) {
         std::printf("cannot start: %lu\n", ::GetLastError());
         return 1;
     }
     ::WaitForSingleObject(process.hProcess, INFINITE);
     DWORD code = 0;
     ::GetExitCodeProcess(process.hProcess, &code);
-    ::CloseHandle(process.hThread);
-    ::CloseHandle(process.hProcess);
     std::printf("\nexit code: %ld\n", static_cast<long>(code));
     return 0;
 }

@@ -4,9 +4,13 @@
 
 #include <windows.h>
 
+#include <functional>
+
 #include "BootstrapperFixture.h"
+#include "shared/ErrorMessage.h"
 #include "support/ArchiveBuilder.h"
 #include "support/TestData.h"
+#include "support/WinePath.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
@@ -14,201 +18,165 @@ namespace {
 using orvik::testing::RandomBytes;
 using orvik::testing::WinePath;
 
-// Sets an environment variable for the runs of one test.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(const wchar_t* name, const std::wstring& value) : name_(name) {
-        wchar_t buffer[4096] = {};
-        const DWORD length = ::GetEnvironmentVariableW(name, buffer, 4096);
-        had_ = length > 0 && length < 4096;
-        old_.assign(buffer, had_ ? length : 0);
-        ::SetEnvironmentVariableW(name, value.c_str());
-    }
-    ~ScopedEnvironment() { ::SetEnvironmentVariableW(name_, had_ ? old_.c_str() : nullptr); }
-    ScopedEnvironment(const ScopedEnvironment&) = delete;
-    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
-private:
-    const wchar_t* name_;
-    bool had_ = false;
-    std::wstring old_;
-};
+// An environment variable's value, or nothing when it is not set.
+std::optional<std::wstring> Variable(const wchar_t* name) {
+    std::wstring value(32767, L'\0');
+    value.resize(::GetEnvironmentVariableW(name, value.data(), 32767));
+    return value.empty() ? std::nullopt : std::optional<std::wstring>(value);
+}
+void SetVariable(const wchar_t* name, const std::optional<std::wstring>& value) {
+    ::SetEnvironmentVariableW(name, value ? value->c_str() : nullptr);
+}
 
 class FaultTest : public BootstrapperTest {
 protected:
-    // A gzip tar payload of `items`, or the bytes given, packed with --force.
-    void PackPayload(const std::string& bytes) {
-        fs::remove(setup_);
-        const fs::path payload = scratch_ / L"payload.bin";
-        WriteBytes(payload, bytes);
-        Pack(setup_, L"--payload " + Quoted(payload) + L" --force");
-    }
     std::string TarGz(const std::vector<orvik::testing::ArchiveItem>& items) {
         const fs::path file = scratch_ / L"made.tar.gz";
         EXPECT_TRUE(orvik::testing::WriteArchive(file, orvik::testing::Format::Tar,
                                                  orvik::testing::Filter::Gzip, items));
         return ReadBytes(file);
     }
-    // Runs unattended; checks that no working directory stays and that the
-    // code is reported in errorlog.txt.
-    orvik::testing::ChildResult RunFailing(std::int32_t code, const std::wstring& arguments = L"") {
-        const std::string before = ReadBytes(DefaultLogs() / L"errorlog.txt");
-        const int left = LeftWorkingDirectories();
-        auto result = Bootstrap(L"--quiet " + arguments);
-        EXPECT_EQ(code, result.exitCode) << result.output;
-        EXPECT_EQ(left, LeftWorkingDirectories());
-        const std::string report = ReadBytes(DefaultLogs() / L"errorlog.txt").substr(before.size());
-        EXPECT_NE(std::string::npos, report.find("Error code: " + std::to_string(code))) << report;
-        return result;
+    // Packs setup.exe with `option` naming a file of `bytes`, forced.
+    std::function<void()> Packed(const wchar_t* option, const std::string& bytes) {
+        return [this, option, bytes] {
+            WriteBytes(scratch_ / L"packed.bin", bytes);
+            Pack(option + Quoted(scratch_ / L"packed.bin") + L" --force");
+        };
     }
 };
 
-TEST_F(FaultTest, DamagedPayloads) {
+// Each fault, run with --quiet: the exit code, the code errorlog.txt gains
+// (0: it stays as it was), how many children started, and for a temporary
+// folder of its own (TMP and TEMP) that nothing is left or made there.
+TEST_F(FaultTest, EveryFaultEndsWithItsCodeAndLeavesNothing) {
     const std::string good = TarGz({{"Install.exe", RandomBytes(400000, 1), 0755}});
     std::string flipped = good;
     for (size_t i = good.size() / 3; i < good.size() / 3 + 64; ++i) {
         flipped[i] = static_cast<char>(~flipped[i]);
     }
-    // The gzip reader does not check the stream's CRC: this damage inflates
-    // without error into an "Install.exe" that is no program, which is refused
-    // before the shell could show a dialog.
-    const std::pair<std::string, std::int32_t> cases[] = {
-        {good.substr(0, good.size() / 2), -125213},  // truncated
-        {flipped, -126304},                          // corrupt inside the compressed data
-        {RandomBytes(5000, 2), -125026},             // not gzip at all
-    };
-    for (const auto& [bytes, code] : cases) {
-        PackPayload(bytes);
-        RunFailing(code);
-        EXPECT_FALSE(fs::exists(record_)) << "no child may start";
-    }
-}
-
-TEST_F(FaultTest, PayloadWithoutInstaller) {
-    PackPayload(TarGz({{"readme.txt", "no installer here", 0644}}));
-    RunFailing(-126304);
-    EXPECT_FALSE(fs::exists(record_));
-}
-
-TEST_F(FaultTest, CrashingChildPassesItsExceptionCodeThrough) {
-    // No crash dialog from Wine's debugger: the child just ends.
-    orvik::testing::SetRegistryValue(HKEY_CURRENT_USER, L"Software\\Wine\\WineDbg",
-                                     L"ShowCrashDialog", REG_DWORD, "\0\0\0\0", 4, 0);
-    InstallChild("crash");
-    const int left = LeftWorkingDirectories();
-    const auto result = Bootstrap(L"--quiet");
-    EXPECT_EQ(static_cast<std::int32_t>(EXCEPTION_ACCESS_VIOLATION), result.exitCode);
-    EXPECT_EQ(left, LeftWorkingDirectories());
-    ASSERT_EQ(1u, Records().size());
-}
-
-TEST_F(FaultTest, RegistryValuesOfTheWrongKindCountAsAbsent) {
-    const std::wstring key = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
-    const DWORD number = 7;
-    const std::wstring tooLong(1500, L'x');
-    InstallChild("0,0");
-    for (int round = 0; round < 2; ++round) {
-        orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
-        if (round == 0) {
-            orvik::testing::SetRegistryValue(HKEY_LOCAL_MACHINE, key, L"GUIExecutableFullPath",
-                                             REG_DWORD, &number, sizeof(number), KEY_WOW64_32KEY);
-        } else {
-            orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"GUIExecutableFullPath",
-                                              L"C:\\" + tooLong + L"\\orvikpkg.exe",
-                                              KEY_WOW64_32KEY);
-        }
-        fs::remove(record_);
-        const auto result = Bootstrap(L"--quiet");
-        EXPECT_EQ(0, result.exitCode) << round;
-        // Taken as not installed: the carried installer runs, nothing else.
-        const auto records = Records();
-        ASSERT_EQ(1u, records.size()) << round;
-        EXPECT_EQ(0u, records[0].find("Install.exe|")) << records[0];
-    }
-}
-
-TEST_F(FaultTest, BrokenOnlineInstallDescriptions) {
     const std::string body =
         "<downloadItem id=\"suite\" uri=\"https://example.invalid/suite.xml\"/>"
         "<progressTitle value=\"Installing\"/>";
-    const std::pair<std::string, std::int32_t> cases[] = {
-        {"<orvikpkgOnlineInstall schemaVersion=\"26.5\">" + body, -126312},
-        {"<orvikpkgOnlineInstall schemaVersion=\"27.0\">" + body + "</orvikpkgOnlineInstall>",
-         -126313},
-        {"<orvikpkgOnlineInstall schemaVersion=\"26.5\"><progressTitle value=\"x\"/>"
-         "</orvikpkgOnlineInstall>",
-         -126314},
+    const char* readOnly = std::getenv("ORVIK_READONLY_FS");  // mounted by the test run as root
+    const char* tiny = std::getenv("ORVIK_TINY_FS");          // 1 MiB, mounted likewise
+    struct Row {
+        const char* name;
+        std::function<void()> setup;
+        const char* codes;  // null: no "bin\Install.exe"
+        std::wstring temp;  // empty: the usual one
+        std::int32_t exitCode, reported;
+        size_t children;
     };
-    InstallPackageManager(L"26.5.0.10");
-    for (const auto& [xml, code] : cases) {
-        const fs::path file = scratch_ / L"online.xml";
-        WriteBytes(file, xml);
-        fs::remove(setup_);
-        Pack(setup_, L"--online-install " + Quoted(file) + L" --force");
-        RunFailing(code);
-        EXPECT_FALSE(fs::exists(record_));
+    const std::string open = "<orvikpkgOnlineInstall schemaVersion=",
+                      close = "</orvikpkgOnlineInstall>";
+    const auto online = [&](const std::string& xml) {
+        return [this, xml] {
+            InstallPackageManager(L"26.5.0.10"), Packed(L"--online-install ", xml)();
+        };
+    };
+    // clang-format off
+    const Row rows[] = {
+        {"truncated payload", Packed(L"--payload ", good.substr(0, good.size() / 2)), nullptr, L"", -125213, -125213, 0},
+        // The gzip reader does not check the stream's CRC: this inflates into an
+        // "Install.exe" that is no program, refused before any dialog.
+        {"corrupt payload", Packed(L"--payload ", flipped), nullptr, L"", -126304, -126304, 0},
+        {"payload not gzip", Packed(L"--payload ", RandomBytes(5000, 2)), nullptr, L"", -125026, -125026, 0},
+        {"payload without installer", Packed(L"--payload ", TarGz({{"readme.txt", "text", 0644}})), nullptr, L"",
+         -126304, -126304, 0},
+        {"unclosed description", online(open + "\"26.5\">" + body), nullptr, L"", -126312, -126312, 0},
+        {"newer schema", online(open + "\"27.0\">" + body + close), nullptr, L"", -126313, -126313, 0},
+        {"no download item", online(open + "\"26.5\"><progressTitle value=\"x\"/>" + close), nullptr, L"",
+         -126314, -126314, 0},
+        {"crashing child", [] {}, "crash", L"", static_cast<std::int32_t>(EXCEPTION_ACCESS_VIOLATION), -126308, 1},
+        {"temporary folder read-only", [] {}, "0", readOnly ? WinePath(readOnly) : L"-", -125098, -125098, 0},
+        // Passed over for the next folder the system offers.
+        {"temporary folder missing", [] {}, "0", (scratch_ / L"gone" / L"tmp").wstring(), 0, 0, 1},
+        // A few kilobytes packed, 3 MB unpacked: the archive fits, its contents do not.
+        {"disk full while extracting", Packed(L"--payload ", TarGz({{"Install.exe", "MZ", 0755},
+         {"big.bin", std::string(3000000, 'z'), 0644}})), nullptr, tiny ? WinePath(tiny) : L"-", -125121, -125121, 0},
+        // The manager's orvikpkg.ini puts the logs under a file: the run goes on.
+        {"logs folder cannot be made", [this] {
+             const fs::path folder = InstallPackageManager(L"26.5.0.10").parent_path();
+             orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"Path", folder.wstring(),
+                                               KEY_WOW64_32KEY);
+             WriteBytes(scratch_ / L"blocker", "a file");
+             WriteBytes(folder / L"orvikpkg.ini",
+                        "[Settings]\r\nlogs-directory=" + (scratch_ / L"blocker" / L"logs").string());
+         }, "0,0", L"", 0, 0, 1},
+    };
+    // clang-format on
+    // No crash dialog from Wine's debugger: a crashing child just ends.
+    orvik::testing::SetRegistryValue(HKEY_CURRENT_USER, L"Software\\Wine\\WineDbg",
+                                     L"ShowCrashDialog", REG_DWORD, "\0\0\0\0", 4, 0);
+    const auto tmp = Variable(L"TMP"), temp = Variable(L"TEMP");
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        if (row.temp == L"-") {
+            std::cout << "[ SKIPPED  ] " << row.name << ": its file system is not mounted\n";
+            continue;
+        }
+        UseFolder(L"row" + std::to_wstring(&row - rows));
+        orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
+        ASSERT_NO_FATAL_FAILURE(row.setup());
+        if (row.codes != nullptr) {
+            InstallChild(row.codes);
+        }
+        // What the temporary folder holds: its working directories, or for a
+        // folder of the row's own everything; -1 while it does not exist.
+        const fs::path folder = row.temp.empty() ? fs::temp_directory_path() : fs::path(row.temp);
+        const auto held = [&] {
+            return !fs::exists(folder) ? -1
+                   : row.temp.empty()
+                       ? LeftWorkingDirectories(folder)
+                       : static_cast<int>(std::distance(fs::directory_iterator(folder),
+                                                        fs::directory_iterator()));
+        };
+        const int before = held();
+        SetVariable(L"TMP", row.temp.empty() ? tmp : row.temp);
+        SetVariable(L"TEMP", row.temp.empty() ? temp : row.temp);
+        const std::string errors = ErrorLog();
+        const Outcome run = Bootstrap(L"--quiet");
+        SetVariable(L"TMP", tmp);
+        SetVariable(L"TEMP", temp);
+        EXPECT_EQ(row.exitCode, run.exitCode) << run.output;
+        EXPECT_EQ(row.children, run.records.size());
+        EXPECT_EQ(before, held());
+        const std::string report = ErrorLog().substr(errors.size());
+        if (row.reported == 0) {
+            EXPECT_EQ("", report);
+        } else {
+            EXPECT_NE(std::string::npos, report.find("Error code: " + std::to_string(row.reported)))
+                << report;
+        }
     }
-}
-
-// The test run mounts a read-only file system and names it in
-// ORVIK_READONLY_FS: as root, Wine's file permissions would not stop a write.
-TEST_F(FaultTest, TemporaryFolderThatCannotBeWritten) {
-    const char* readOnly = std::getenv("ORVIK_READONLY_FS");
-    if (readOnly == nullptr || *readOnly == '\0') {
-        GTEST_SKIP() << "no read-only file system was mounted for this run (needs root)";
-    }
-    const ScopedEnvironment tmp(L"TMP", WinePath(readOnly));
-    const ScopedEnvironment tempVariable(L"TEMP", WinePath(readOnly));
-    InstallChild("0");
-    RunFailing(-125098);
-    EXPECT_FALSE(fs::exists(record_));
-}
-
-// A temporary folder that does not exist is passed over for the next one the
-// system offers: the run succeeds there and leaves nothing.
-TEST_F(FaultTest, MissingTemporaryFolderIsPassedOver) {
-    const std::wstring temp = (scratch_ / L"gone" / L"tmp").wstring();
-    const ScopedEnvironment tmp(L"TMP", temp);
-    const ScopedEnvironment tempVariable(L"TEMP", temp);
-    InstallChild("0");
-    const int left = LeftWorkingDirectories();
-    const auto result = Bootstrap(L"--quiet");
-    EXPECT_EQ(0, result.exitCode);
-    EXPECT_EQ(1u, Records().size());
-    EXPECT_FALSE(fs::exists(scratch_ / L"gone"));
-    EXPECT_EQ(left, LeftWorkingDirectories());
-}
-
-// The test run mounts a 1 MiB file system and names it in ORVIK_TINY_FS.
-TEST_F(FaultTest, DiskFullWhileExtracting) {
-    const char* tiny = std::getenv("ORVIK_TINY_FS");
-    if (tiny == nullptr || *tiny == '\0') {
-        GTEST_SKIP() << "no small file system was mounted for this run (needs root)";
-    }
-    // A few kilobytes packed, 3 MB unpacked: the archive fits, its contents do not.
-    PackPayload(TarGz({{"Install.exe", "MZ", 0755}, {"big.bin", std::string(3000000, 'z'), 0644}}));
-    const std::wstring temp = WinePath(tiny);
-    const ScopedEnvironment tmp(L"TMP", temp);
-    const ScopedEnvironment tempVariable(L"TEMP", temp);
-    RunFailing(-125121);
-    EXPECT_FALSE(fs::exists(record_));
-    EXPECT_TRUE(fs::is_empty(temp));
-}
-
-TEST_F(FaultTest, LogsFolderThatCannotBeMadeStillRuns) {
-    // The installed package manager's orvikpkg.ini puts the logs under a file.
-    const fs::path manager = InstallPackageManager(L"26.5.0.10").parent_path();
-    WriteBytes(scratch_ / L"blocker", "a file");
-    const std::wstring key = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
-    orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"Path", manager.wstring(),
-                                      KEY_WOW64_32KEY);
-    WriteBytes(manager / L"orvikpkg.ini", "[Settings]\r\nlogs-directory=" +
-                                              (scratch_ / L"blocker" / L"logs").string() + "\r\n");
-    InstallChild("0,0");
-    const auto result = Bootstrap(L"--quiet");
-    EXPECT_EQ(0, result.exitCode) << result.output;
-    EXPECT_FALSE(Records().empty());
     EXPECT_FALSE(fs::exists(scratch_ / L"blocker" / L"logs"));
+}
+
+// In a suite run the installed manager is launched from the path the
+// registry holds; a value that is not a string counts as absent, so the
+// launch fails naming the value, even when its bytes spell a real program.
+TEST_F(FaultTest, RegistryValuesOfTheWrongKindCountAsAbsent) {
+    const std::string absent = orvik::pkgshared::WideToUtf8(
+        orvik::pkgshared::FormatErrorMessage(-126304, 0, L"GUIExecutableFullPath"));
+    for (const DWORD type : {REG_SZ, REG_DWORD, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY}) {
+        SCOPED_TRACE(type);
+        UseFolder(L"type" + std::to_wstring(type));
+        InstallChild("0,0", true);
+        // The path, ended twice as a REG_MULTI_SZ would be; or a number.
+        const std::wstring path = InstallPackageManager(L"99.0").wstring() + L'\0';
+        const DWORD number = 7;
+        orvik::testing::SetRegistryValue(
+            HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableFullPath", type,
+            type == REG_DWORD ? static_cast<const void*>(&number) : path.c_str(),
+            type == REG_DWORD ? 4 : static_cast<DWORD>((path.size() + 1) * 2), KEY_WOW64_32KEY);
+        const std::string errors = ErrorLog();
+        const Outcome run = Bootstrap(L"--quiet");
+        const bool read = type == REG_SZ;
+        EXPECT_EQ(read ? 0 : -126304, run.exitCode) << run.output;
+        ASSERT_EQ(read ? 2u : 1u, run.records.size());
+        EXPECT_EQ("Install.exe", run.records[0].program);
+        EXPECT_EQ(!read, ErrorLog().find(absent, errors.size()) != std::string::npos);
+    }
 }
 
 }  // namespace

@@ -11,13 +11,16 @@
 #include "preinstall/WorkingDirectorySecurity.h"
 #include "shared/Exception.h"
 #include "shared/utils/WinResources.h"
+#include "support/ChildProcess.h"
 #include "support/FakeSession.h"
 #include "support/RegistryFixture.h"
 #include "support/ScratchDirectory.h"
+#include "support/Thrown.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
 
+namespace fs = boost::filesystem;
 const std::wstring kDotNetKey = L"SOFTWARE\\Microsoft\\NET Framework Setup\\NDP\\v4\\Full";
 
 // The real adapters of the run, against the test prefix.
@@ -68,23 +71,40 @@ TEST_F(PreInstallPlatformWinTest, SystemChecksOfTheTestPrefix) {
     EXPECT_GT(messages.back().size(), std::wstring(L"Running on Wine version: ").size());
 }
 
-TEST_F(PreInstallPlatformWinTest, CommandLineSkipsTheProgramName) {
-    const std::vector<std::wstring> arguments = platform_.CommandLineArguments();
-    // The test runner passes at least the test filter.
-    ASSERT_FALSE(arguments.empty());
-    EXPECT_TRUE(std::any_of(arguments.begin(), arguments.end(), [](const std::wstring& a) {
-        return a.rfind(L"--gtest_filter=", 0) == 0;
-    }));
+// The arguments after the program name, split and unquoted as Windows does:
+// this test runs its own program again with a known command line, and that
+// run compares what it was given.
+TEST_F(PreInstallPlatformWinTest, CommandLineArgumentsFollowTheProgramName) {
+    const std::vector<std::wstring> expected = {
+        L"--gtest_filter=PreInstallPlatformWinTest.CommandLineArgumentsFollowTheProgramName",
+        L"two words",
+        L"say \"hi\"",
+        L"a\\\"b",
+        L"",
+        L"c:\\x y\\",
+        L"last"};
+    if (::GetEnvironmentVariableW(L"ORVIK_ARGUMENTS_CHILD", nullptr, 0) != 0) {
+        EXPECT_EQ(expected, platform_.CommandLineArguments());
+        return;
+    }
+    wchar_t self[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, self, MAX_PATH);
+    ::SetEnvironmentVariableW(L"ORVIK_ARGUMENTS_CHILD", L"1");
+    const auto child = orvik::testing::Run(
+        L"\"" + std::wstring(self) + L"\" " + expected[0] +
+            L" \"two words\" \"say \\\"hi\\\"\" a\\\\\\\"b \"\" \"c:\\x y\\\\\" last",
+        fs::temp_directory_path());
+    ::SetEnvironmentVariableW(L"ORVIK_ARGUMENTS_CHILD", nullptr);
+    EXPECT_EQ(0, child.exitCode) << child.output;
+    EXPECT_NE(std::string::npos, child.output.find("[  PASSED  ] 1 test")) << child.output;
 }
 
 TEST_F(PreInstallPlatformWinTest, WaitForProcessRefusesAMissingFile) {
-    try {
-        platform_.WaitForProcess(L"C:\\no\\such\\Install.exe", L"", L"C:\\");
-        FAIL() << "nothing was thrown";
-    } catch (const orvik::pkgshared::Exception& e) {
-        EXPECT_EQ(-126304, e.GetErrorCode());
-        EXPECT_EQ(L"C:\\no\\such\\Install.exe", e.GetMessageArgument0());
-    }
+    const auto e = orvik::testing::Thrown(
+        [&] { platform_.WaitForProcess(L"C:\\no\\such\\Install.exe", L"", L"C:\\"); });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(-126304, e->GetErrorCode());
+    EXPECT_EQ(L"C:\\no\\such\\Install.exe", e->GetMessageArgument0());
     const auto messages = session_.logger.Messages();
     EXPECT_NE(messages.end(), std::find(messages.begin(), messages.end(),
                                         L"Error: WaitForProcess ShellExecuteExW "
@@ -137,15 +157,14 @@ TEST(WorkingDirectorySecurityTest, OnlyAdministratorsAndSystemMayWrite) {
 
 TEST(WorkingDirectorySecurityTest, RefusalIsTheDirectoryError) {
     const orvik::testing::ScratchDirectory scratch;
-    try {
+    const auto e = orvik::testing::Thrown([&] {
         RestrictWorkingDirectory(scratch.Path().wstring(),
                                  [](const std::wstring&, void*) { return 5ul; });
-        FAIL() << "nothing was thrown";
-    } catch (const orvik::pkgshared::Exception& e) {
-        EXPECT_EQ(-125098, e.GetErrorCode());
-        EXPECT_EQ(L"5", e.GetMessageArgument0());
-        EXPECT_EQ(scratch.Path().wstring(), e.GetMessageArgument1());
-    }
+    });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(-125098, e->GetErrorCode());
+    EXPECT_EQ(L"5", e->GetMessageArgument0());
+    EXPECT_EQ(scratch.Path().wstring(), e->GetMessageArgument1());
 }
 
 // The run's own directory goes through the same step and still works.

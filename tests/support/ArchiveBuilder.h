@@ -15,6 +15,9 @@
 
 namespace orvik::testing {
 
+// An entry: a directory when `name` (UTF-8, like every text here) ends with
+// '/'; a symbolic link to `symlink` or a hard link to the entry `hardlink`
+// when given; otherwise a regular file of `data`.
 struct ArchiveItem {
     ArchiveItem(std::string name, std::string data, int mode = 0644, std::string symlink = {},
                 std::string hardlink = {})
@@ -23,11 +26,9 @@ struct ArchiveItem {
           mode(mode),
           symlink(std::move(symlink)),
           hardlink(std::move(hardlink)) {}
-    std::string name;  // UTF-8; ends with '/' for a directory
-    std::string data;
+    std::string name, data;
     int mode;
-    std::string symlink;   // UTF-8; makes the entry a symbolic link to it
-    std::string hardlink;  // UTF-8; makes the entry a hard link to that entry
+    std::string symlink, hardlink;
 };
 
 enum class Format { Tar, Ar, Raw };
@@ -37,22 +38,14 @@ enum class Filter { None, Gzip, Zstd };
 inline bool WriteArchive(const boost::filesystem::path& file, Format format, Filter filter,
                          const std::vector<ArchiveItem>& items) {
     archive* a = archive_write_new();
-    switch (format) {
-        case Format::Tar:
-            archive_write_set_format_pax(a);
-            break;
-        case Format::Ar:
-            archive_write_set_format_ar_svr4(a);
-            break;
-        case Format::Raw:
-            archive_write_set_format_raw(a);
-            break;
-    }
-    if (filter == Filter::Gzip) {
-        archive_write_add_filter_gzip(a);
-    } else if (filter == Filter::Zstd) {
-        archive_write_add_filter_zstd(a);
-    }
+    int (*const setFormat[])(archive*) = {archive_write_set_format_pax,
+                                          archive_write_set_format_ar_svr4,
+                                          archive_write_set_format_raw};
+    int (*const addFilter[])(archive*) = {archive_write_add_filter_none,
+                                          archive_write_add_filter_gzip,
+                                          archive_write_add_filter_zstd};
+    setFormat[static_cast<int>(format)](a);
+    addFilter[static_cast<int>(filter)](a);
     bool ok = archive_write_open_filename_w(a, file.wstring().c_str()) == ARCHIVE_OK;
     for (const ArchiveItem& item : items) {
         if (!ok) {

@@ -2,6 +2,7 @@
 // Runs a program of the build and collects what it wrote.
 #include <windows.h>
 
+#include <functional>
 #include <string>
 
 #include "shared/TextConversion.h"
@@ -16,17 +17,23 @@ inline std::wstring BinDirectory() {
     return WinePath(ORVIK_TEST_BIN_DIR);
 }
 
+inline std::wstring Quoted(const boost::filesystem::path& path) {
+    return L"\"" + path.wstring() + L"\"";
+}
+
 struct ChildResult {
     std::int32_t exitCode = -1;
     DWORD processId = 0;
     std::string output;  // standard output and standard error together
 };
 
-// Runs `commandLine` (program first, quoted as needed) to its end.
-inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem::path& scratch) {
+// Runs `commandLine` (program first, quoted as needed) to its end. While it
+// runs, `watch` (when given) is called with the process every 250 ms of
+// waiting; when it returns false the process is ended with exit code -1.
+inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem::path& scratch,
+                       const std::function<bool(const PROCESS_INFORMATION&)>& watch = {}) {
     ChildResult result;
-    const boost::filesystem::path log =
-        scratch / boost::filesystem::unique_path(L"child-%%%%%%%%.log");
+    const auto log = scratch / boost::filesystem::unique_path(L"child-%%%%%%%%.log");
     SECURITY_ATTRIBUTES inherit{sizeof(inherit), nullptr, TRUE};
     {
         const pkgshared::UniqueHandle out(::CreateFileW(log.c_str(), GENERIC_WRITE,
@@ -35,19 +42,21 @@ inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem:
         STARTUPINFOW startup{};
         startup.cb = sizeof(startup);
         startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdOutput = out.get();
-        startup.hStdError = out.get();
+        startup.hStdOutput = startup.hStdError = out.get();
         PROCESS_INFORMATION process{};
-        std::wstring mutableLine = commandLine;
-        if (!::CreateProcessW(nullptr, mutableLine.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
+        std::wstring line = commandLine;
+        if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
                               nullptr, nullptr, &startup, &process)) {
             result.output = "CreateProcessW failed";
             return result;
         }
         result.processId = process.dwProcessId;
-        const pkgshared::UniqueHandle processHandle(process.hProcess);
-        const pkgshared::UniqueHandle threadHandle(process.hThread);
-        ::WaitForSingleObject(process.hProcess, INFINITE);
+        const pkgshared::UniqueHandle processHandle(process.hProcess), thread(process.hThread);
+        while (::WaitForSingleObject(process.hProcess, watch ? 250 : INFINITE) == WAIT_TIMEOUT) {
+            if (!watch(process)) {
+                ::TerminateProcess(process.hProcess, static_cast<UINT>(-1));
+            }
+        }
         DWORD code = 0;
         ::GetExitCodeProcess(process.hProcess, &code);
         result.exitCode = static_cast<std::int32_t>(code);
@@ -56,8 +65,9 @@ inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem:
     return result;  // the log goes with the scratch folder
 }
 
-inline std::wstring Quoted(const boost::filesystem::path& path) {
-    return L"\"" + path.wstring() + L"\"";
+// Runs the build's packing tool with `arguments`.
+inline ChildResult Pack(const std::wstring& arguments, const boost::filesystem::path& scratch) {
+    return Run(L"\"" + BinDirectory() + L"\\orvikpkg-pack.exe\" " + arguments, scratch);
 }
 
 }  // namespace orvik::testing

@@ -1,16 +1,12 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
 #include <algorithm>
-#include <cstring>
+#include <cctype>
 #include <set>
 #include <string>
 #include <vector>
-
-#include <cctype>
-#include <iostream>
 
 #include "support/ChildProcess.h"
 
@@ -35,112 +31,75 @@ bool IsProtected(const std::string& original) {
     return kKnownDlls.count(name) != 0 || name.rfind("api-ms-win-", 0) == 0;
 }
 
-// A PE image read from its file: headers, sections and RVA lookup.
-class PeFile {
+// The template mapped as an image (not run): its import table and the text
+// its image holds.
+class Template {
 public:
-    explicit PeFile(std::string bytes) : bytes_(std::move(bytes)) {
-        const auto* dos = At<IMAGE_DOS_HEADER>(0);
-        if (dos == nullptr || dos->e_magic != IMAGE_DOS_SIGNATURE) {
-            return;
-        }
-        nt_ = At<IMAGE_NT_HEADERS32>(static_cast<size_t>(dos->e_lfanew));
-        if (nt_ == nullptr || nt_->Signature != IMAGE_NT_SIGNATURE ||
-            nt_->OptionalHeader.Magic != IMAGE_NT_OPTIONAL_HDR32_MAGIC) {
-            nt_ = nullptr;
-            return;
-        }
-        const size_t first = static_cast<size_t>(dos->e_lfanew) + sizeof(DWORD) +
-                             sizeof(IMAGE_FILE_HEADER) + nt_->FileHeader.SizeOfOptionalHeader;
-        for (WORD i = 0; i < nt_->FileHeader.NumberOfSections; ++i) {
-            if (const auto* section =
-                    At<IMAGE_SECTION_HEADER>(first + i * sizeof(IMAGE_SECTION_HEADER))) {
-                sections_.push_back(*section);
-            }
-        }
+    Template()
+        : module_(::LoadLibraryExW((BinDirectory() + L"\\preinstall.exe").c_str(), nullptr,
+                                   LOAD_LIBRARY_AS_IMAGE_RESOURCE)),
+          base_(reinterpret_cast<const char*>(reinterpret_cast<ULONG_PTR>(module_) &
+                                              ~ULONG_PTR{3})) {}
+    ~Template() { ::FreeLibrary(module_); }
+    const IMAGE_NT_HEADERS* Headers() const {
+        return reinterpret_cast<const IMAGE_NT_HEADERS*>(
+            base_ + reinterpret_cast<const IMAGE_DOS_HEADER*>(base_)->e_lfanew);
     }
-    bool Valid() const { return nt_ != nullptr; }
-
     // The DLL names of the import table, in table order.
     std::vector<std::string> ImportedDlls() const {
         std::vector<std::string> names;
-        const IMAGE_DATA_DIRECTORY& directory =
-            nt_->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-        size_t offset = Offset(directory.VirtualAddress);
-        for (;; offset += sizeof(IMAGE_IMPORT_DESCRIPTOR)) {
-            const auto* descriptor = At<IMAGE_IMPORT_DESCRIPTOR>(offset);
-            if (descriptor == nullptr || descriptor->Name == 0) {
-                return names;
-            }
-            names.push_back(String(Offset(descriptor->Name)));
+        const auto* descriptor = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(
+            base_ +
+            Headers()->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+        for (; descriptor->Name != 0; ++descriptor) {
+            names.emplace_back(base_ + descriptor->Name);
         }
+        return names;
     }
-
-    // True when the file holds `text` (delay-loaded DLL names are kept as
-    // plain strings by the delay-import tables).
+    // True when the image holds `text`, in any case (delay-loaded DLL names are
+    // plain strings of the delay-import tables).
     bool Contains(const std::string& text) const {
-        return std::search(bytes_.begin(), bytes_.end(), text.begin(), text.end(),
-                           [](char a, char b) {
-                               return std::tolower(static_cast<unsigned char>(a)) ==
-                                      std::tolower(static_cast<unsigned char>(b));
-                           }) != bytes_.end();
+        const char* end = base_ + Headers()->OptionalHeader.SizeOfImage;
+        return std::search(base_, end, text.begin(), text.end(), [](char a, char b) {
+                   return std::tolower(static_cast<unsigned char>(a)) ==
+                          std::tolower(static_cast<unsigned char>(b));
+               }) != end;
     }
-
-private:
-    template <typename T>
-    const T* At(size_t offset) const {
-        return offset + sizeof(T) <= bytes_.size()
-                   ? reinterpret_cast<const T*>(bytes_.data() + offset)
-                   : nullptr;
-    }
-    size_t Offset(DWORD rva) const {
-        for (const IMAGE_SECTION_HEADER& section : sections_) {
-            if (rva >= section.VirtualAddress &&
-                rva < section.VirtualAddress + section.Misc.VirtualSize) {
-                return rva - section.VirtualAddress + section.PointerToRawData;
-            }
-        }
-        return bytes_.size();
-    }
-    std::string String(size_t offset) const {
-        std::string text;
-        while (offset < bytes_.size() && bytes_[offset] != '\0') {
-            text += bytes_[offset++];
-        }
-        return text;
-    }
-
-    std::string bytes_;
-    const IMAGE_NT_HEADERS32* nt_ = nullptr;
-    std::vector<IMAGE_SECTION_HEADER> sections_;
+    HMODULE module_;
+    const char* base_;
 };
 
 // Every DLL that the template imports directly is one the loader takes from
 // the system folder; the others are delay-loaded, after the entry has limited
 // DLL loading to the system folder.
 TEST(ImportTableTest, TemplateImportsOnlyProtectedDlls) {
-    const PeFile file(ReadBytes(BinDirectory() + L"\\preinstall.exe"));
-    ASSERT_TRUE(file.Valid());
-    const std::vector<std::string> imported = file.ImportedDlls();
+    const Template image;
+    ASSERT_NE(nullptr, image.module_);
+    ASSERT_EQ(IMAGE_NT_SIGNATURE, image.Headers()->Signature);
+    const std::vector<std::string> imported = image.ImportedDlls();
     ASSERT_FALSE(imported.empty());
-    std::string list;
     for (const std::string& name : imported) {
-        list += name + " ";
         EXPECT_TRUE(IsProtected(name)) << name << " is imported before any code can run";
     }
-    std::cout << "imported: " << list << "\n";
     // The others are still used, bound on first call.
     for (const char* delayed : {"version.dll", "uxtheme.dll", "wevtapi.dll", "wtsapi32.dll",
                                 "mpr.dll", "bcrypt.dll", "comctl32.dll"}) {
-        EXPECT_TRUE(file.Contains(delayed)) << delayed;
+        EXPECT_TRUE(image.Contains(delayed)) << delayed;
     }
 }
 
-TEST(ImportTableTest, TheListRecognisesWhatItMust) {
-    EXPECT_TRUE(IsProtected("KERNEL32.dll"));
-    EXPECT_TRUE(IsProtected("api-ms-win-core-synch-l1-2-0.dll"));
-    EXPECT_FALSE(IsProtected("VERSION.dll"));
-    EXPECT_FALSE(IsProtected("comctl32.dll"));
-    EXPECT_FALSE(IsProtected("kernel32.dll.evil"));
+// Names are compared whole and in any case.
+TEST(ImportTableTest, OnlyWholeNamesOfTheSetAreProtected) {
+    const std::pair<const char*, bool> rows[] = {
+        // clang-format off
+        {"KERNEL32.dll", true},       {"kernel32.dll.evil", false}, {"evil.kernel32.dll", false},
+        {"kernel32", false},          {"NtDll.DLL", true},          {"API-MS-WIN-core-synch-l1-2-0.dll", true},
+        {"x-api-ms-win-core.dll", false}, {"VERSION.dll", false},   {"comctl32.dll", false},
+        // clang-format on
+    };
+    for (const auto& [name, protectedDll] : rows) {
+        EXPECT_EQ(protectedDll, IsProtected(name)) << name;
+    }
 }
 
 }  // namespace
