@@ -31,9 +31,12 @@ struct Record {
     std::string program, directory, parameters;
 };
 
-// How a run ended and the children it started, in order.
+// How a run ended: the children it started in order, what errorlog.txt
+// gained, and how many working directories it left in the temporary folder.
 struct Outcome : orvik::testing::ChildResult {
     std::vector<Record> records;
+    std::string report;
+    int left = 0;
 };
 
 // The prefix user's logs folder: the run's log and errorlog.txt go there
@@ -45,6 +48,15 @@ inline fs::path DefaultLogs() {
 }
 inline std::string ErrorLog() {
     return ReadBytes(DefaultLogs() / L"errorlog.txt");
+}
+
+// Checks that errorlog.txt gained the error `code`, or nothing when it is 0.
+inline void ExpectReported(const std::string& report, std::int32_t code) {
+    if (code == 0) {
+        EXPECT_EQ("", report);
+    } else {
+        EXPECT_NE(std::string::npos, report.find("Error code: " + std::to_string(code))) << report;
+    }
 }
 
 // The working directories of runs that are still in `temp`.
@@ -125,6 +137,8 @@ protected:
     // and is closed.
     Outcome Bootstrap(const std::wstring& arguments, const std::function<void(HWND)>& onBox = {}) {
         fs::remove(record_);
+        const std::string errors = ErrorLog();
+        const int left = LeftWorkingDirectories(temp_);
         Outcome outcome;
         int rounds = 0;
         HWND seen = nullptr;
@@ -143,6 +157,8 @@ protected:
                 return ++rounds < 480;
             });
         EXPECT_LT(rounds, 480) << "the run did not end";
+        outcome.report = ErrorLog().substr(errors.size());
+        outcome.left = LeftWorkingDirectories(temp_) - left;
         std::istringstream in(ReadBytes(record_));
         for (std::string line; std::getline(in, line);) {
             const size_t bar = line.find('|'), bar2 = line.find('|', bar + 1);
@@ -171,6 +187,7 @@ protected:
 
     orvik::testing::ScratchDirectory scratch_;
     const fs::path bin_ = orvik::testing::BinDirectory();
+    const fs::path temp_ = fs::temp_directory_path();
     fs::path base_, setup_, record_;
 };
 

@@ -88,18 +88,10 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         if (row.manager != nullptr) {
             InstallPackageManager(*row.manager != L'\0' ? row.manager : nullptr);
         }
-        const std::string errors = ErrorLog();
-        const int left = LeftWorkingDirectories();
         const Outcome run = Bootstrap(row.arguments);
         EXPECT_EQ(row.exitCode, run.exitCode) << run.output;
-        EXPECT_EQ(left, LeftWorkingDirectories());
-        const std::string report = ErrorLog().substr(errors.size());
-        if (row.reported == 0) {
-            EXPECT_EQ("", report);
-        } else {
-            EXPECT_NE(std::string::npos, report.find("Error code: " + std::to_string(row.reported)))
-                << report;
-        }
+        EXPECT_EQ(0, run.left);
+        ExpectReported(run.report, row.reported);
         ASSERT_EQ(row.children.size(), run.records.size());
         for (size_t i = 0; i < run.records.size(); ++i) {
             const Record& child = run.records[i];
@@ -117,20 +109,17 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
 // The run's own log: named after the time and the process, one event a line;
 // the error report says where the run failed.
 TEST_F(BootstrapperTest, FailedRunIsLoggedAndReported) {
-    const std::string before = ErrorLog();
     const Outcome result = Bootstrap(L"--quiet");
-    EXPECT_EQ(-126304, result.exitCode);
-    const std::string report = ErrorLog().substr(before.size());
     for (const char* piece : {"Exception in PreInstall::ReportError. Error code: -126304",
                               "Preinstall threw an exception", "File: source\\preinstall\\Main"}) {
-        EXPECT_NE(std::string::npos, report.find(piece)) << report;
+        EXPECT_NE(std::string::npos, result.report.find(piece)) << result.report;
     }
     fs::path log;
     const std::wstring suffix = L"_" + std::to_wstring(result.processId) + L".txt";
     for (fs::directory_iterator it(DefaultLogs() / L"OrvikPkgLogs"), end; it != end; ++it) {
         const std::wstring name = it->path().filename().wstring();
         if (name.rfind(L"OrvikPkgLog_", 0) == 0 && name.size() > suffix.size() &&
-            name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
+            name.substr(name.size() - suffix.size()) == suffix) {
             log = it->path();
         }
     }
