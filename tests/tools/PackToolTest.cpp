@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <tuple>
 
@@ -101,11 +100,11 @@ TEST_F(PackToolTest, FolderAndDescriptionRoundTripThroughTheInstaller) {
 // Each command line: the tool's exit code, a piece of its output, and for a
 // built installer the probe's exit code. Nothing is left behind on a refusal.
 TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
-    const fs::path good = scratch_ / L"good.tar.gz", escaping = scratch_ / L"escaping.tar.gz";
+    const fs::path good = scratch_ / L"good.tar.gz", bad = scratch_ / L"escaping.tar.gz";
     ASSERT_TRUE(orvik::testing::WriteArchive(good, orvik::testing::Format::Tar,
                                              orvik::testing::Filter::Gzip,
                                              {{"Install.exe", RandomBytes(300000, 2), 0755}}));
-    ASSERT_TRUE(orvik::testing::WriteArchive(escaping, orvik::testing::Format::Tar,
+    ASSERT_TRUE(orvik::testing::WriteArchive(bad, orvik::testing::Format::Tar,
                                              orvik::testing::Filter::Gzip,
                                              {{"Install.exe", "MZ", 0755},
                                               {"../evil.dll", "x", 0644},
@@ -118,50 +117,52 @@ TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
     // 1.5 GiB would show as a timeout).
     WriteBytes(scratch_ / L"huge.tar.gz", "");
     fs::resize_file(scratch_ / L"huge.tar.gz", (std::uint64_t{1536} << 20) + 1);
-    const auto file = [&](const wchar_t* option, const wchar_t* name) {
-        return option + Quoted(scratch_ / name);
-    };
-    const auto xml = [&](const std::string& text) {
-        WriteBytes(scratch_ / L"online.xml", text);
-        return file(L"--online-install ", L"online.xml");
-    };
-    const std::string huge =
-        "error: the payload archive is 1610612737 bytes; an installer can carry at most "
-        "1610612736 bytes (1.5 GiB)";
+    const std::pair<const wchar_t*, const char*> descriptions[] = {
+        {L"unclosed.xml", "<orvikpkgOnlineInstall"},
+        {L"newer.xml", "<orvikpkgOnlineInstall schemaVersion=\"26.5.1.0\"/>"},
+        {L"no-item.xml",
+         "<orvikpkgOnlineInstall schemaVersion=\"1\"><progressTitle/></orvikpkgOnlineInstall>"}};
+    for (const auto& [name, text] : descriptions) {
+        WriteBytes(scratch_ / name, text);
+    }
+    const auto in = [&](const wchar_t* name) { return Quoted(scratch_ / name); };
+    const std::wstring truncated = L"--payload " + in(L"truncated.tar.gz"),
+                       escaping = L"--payload " + in(L"escaping.tar.gz"),
+                       huge = L"--payload " + in(L"huge.tar.gz"), online = L"--online-install ";
+    const std::string refused = "the payload would be refused by the bootstrapper: ",
+                      ceiling =
+                          "error: the payload archive is 1610612737 bytes; an installer "
+                          "can carry at most 1610612736 bytes (1.5 GiB)";
     const struct {
-        std::function<std::wstring()> arguments;
+        std::wstring arguments;
         int exitCode;
         std::string output;
         std::int32_t probe;
     } rows[] = {
         // clang-format off
-        {[&] { return file(L"--payload ", L"truncated.tar.gz"); }, 1, "error: the payload would be refused by the bootstrapper: -125213", 0},
-        {[&] { return file(L"--payload ", L"noise.tar.gz"); }, 1, "error: the payload would be refused by the bootstrapper: -125026", 0},
+        {truncated, 1, "error: " + refused + "-125213", 0},
+        {L"--payload " + in(L"noise.tar.gz"), 1, "error: " + refused + "-125026", 0},
         // Forced, the installer is built and fails the way the check said.
-        {[&] { return file(L"--payload ", L"truncated.tar.gz") + L" --force"; }, 0, "warning: the payload would be refused by the bootstrapper: -125213", -125213},
-        {[&] { return file(L"--payload ", L"escaping.tar.gz"); }, 1,
-         "error: payload entry outside the extraction folder: ../evil.dll", 0},
-        {[&] { return file(L"--payload ", L"escaping.tar.gz"); }, 1, "bin/link: a link that points out", 0},
-        {[&] { return file(L"--payload ", L"escaping.tar.gz") + L" --force"; }, 0, "warning: payload entry outside", 0},
-        {[&] { return file(L"--payload-dir ", L"nested"); }, 0, "no Install.exe at its root", 0},
+        {truncated + L" --force", 0, "warning: " + refused + "-125213", -125213},
+        {escaping, 1, "error: payload entry outside the extraction folder: ../evil.dll", 0},
+        {escaping, 1, "bin/link: a link that points out", 0},
+        {escaping + L" --force", 0, "warning: payload entry outside", 0},
+        {L"--payload-dir " + in(L"nested"), 0, "no Install.exe at its root", 0},
         // Past the ceiling nothing is written, --force or not.
-        {[&] { return file(L"--payload ", L"huge.tar.gz"); }, 1, huge, 0},
-        {[&] { return file(L"--payload ", L"huge.tar.gz") + L" --force"; }, 1, huge, 0},
-        {[&] { return xml("<orvikpkgOnlineInstall"); }, 1, "-126312", 0},
-        {[&] { return xml("<orvikpkgOnlineInstall schemaVersion=\"26.5.1.0\"/>"); }, 1, "-126313", 0},
-        {[&] { return xml("<orvikpkgOnlineInstall schemaVersion=\"1\"><progressTitle/></orvikpkgOnlineInstall>"); },
-         1, "-126314", 0},
-        {[&] { return file(L"--payload ", L"noise.tar.gz") + file(L" --payload-dir ", L"nested"); }, 2,
-         "usage: orvikpkg-pack.exe", 0},
-        {[&] { return std::wstring(L"--what"); }, 2, "usage: orvikpkg-pack.exe", 0},
+        {huge, 1, ceiling, 0},
+        {huge + L" --force", 1, ceiling, 0},
+        {online + in(L"unclosed.xml"), 1, "-126312", 0},
+        {online + in(L"newer.xml"), 1, "-126313", 0},
+        {online + in(L"no-item.xml"), 1, "-126314", 0},
+        {truncated + L" --payload-dir " + in(L"nested"), 2, "usage: orvikpkg-pack.exe", 0},
+        {L"--what", 2, "usage: orvikpkg-pack.exe", 0},
         // clang-format on
     };
     const fs::path output = scratch_ / L"out.exe";
     for (const auto& row : rows) {
         fs::remove(output);
-        const std::wstring arguments = row.arguments();
-        SCOPED_TRACE(orvik::pkgshared::WideToUtf8(arguments));
-        const auto packed = Pack(output, arguments);
+        SCOPED_TRACE(orvik::pkgshared::WideToUtf8(row.arguments));
+        const auto packed = Pack(output, row.arguments);
         EXPECT_EQ(row.exitCode, packed.exitCode) << packed.output;
         EXPECT_NE(std::string::npos, packed.output.find(row.output)) << packed.output;
         EXPECT_EQ(row.exitCode == 0, fs::exists(output));
