@@ -68,18 +68,6 @@ inline int LeftWorkingDirectories(const fs::path& temp = fs::temp_directory_path
     return count;
 }
 
-// A visible dialog (a message box) of the process `id`, or null.
-inline HWND DialogOf(DWORD id) {
-    for (HWND box = nullptr; (box = ::FindWindowExW(nullptr, box, L"#32770", nullptr));) {
-        DWORD owner = 0;
-        ::GetWindowThreadProcessId(box, &owner);
-        if (owner == id && ::IsWindowVisible(box)) {
-            return box;
-        }
-    }
-    return nullptr;
-}
-
 class BootstrapperTest : public ::testing::Test {
 protected:
     void SetUp() override { UseFolder(L"run"); }
@@ -133,8 +121,8 @@ protected:
         ASSERT_EQ(0, pack.exitCode) << pack.output;
     }
     // Runs setup.exe to its end (two minutes at most) and reads the records.
-    // A message box is handed once to `onBox`; without it, a box is a failure
-    // and is closed.
+    // A message box (a visible dialog of the run) is handed once to `onBox`;
+    // without it, a box is a failure and is closed.
     Outcome Bootstrap(const std::wstring& arguments, const std::function<void(HWND)>& onBox = {}) {
         fs::remove(record_);
         const std::string errors = ErrorLog();
@@ -144,8 +132,13 @@ protected:
         HWND seen = nullptr;
         static_cast<orvik::testing::ChildResult&>(outcome) = orvik::testing::Run(
             Quoted(setup_) + L" " + arguments, base_, [&](const PROCESS_INFORMATION& p) {
-                HWND box = DialogOf(p.dwProcessId);
-                if (box != nullptr && box != seen) {
+                for (HWND box = nullptr;
+                     (box = ::FindWindowExW(nullptr, box, L"#32770", nullptr)) != nullptr;) {
+                    DWORD owner = 0;
+                    ::GetWindowThreadProcessId(box, &owner);
+                    if (owner != p.dwProcessId || !::IsWindowVisible(box) || box == seen) {
+                        continue;
+                    }
                     seen = box;
                     if (onBox) {
                         onBox(box);
