@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <deque>
-#include <functional>
 #include <set>
+#include <tuple>
 
 #include "preinstall/PreInstall.h"
 #include "shared/ErrorMessage.h"
@@ -14,366 +14,222 @@ namespace orvik::pkgui::preinstall {
 namespace {
 
 using orvik::pkgshared::Exception;
-using ::testing::_;
-using ::testing::Invoke;
-using ::testing::NiceMock;
-using ::testing::Return;
+using Args = std::vector<std::wstring>;
+using Child = std::tuple<std::wstring, std::wstring, std::wstring>;  // file, parameters, folder
+using Report = std::pair<std::string, std::wstring>;                 // error-log header, log line
 
-class MockPlatform : public IPreInstallPlatform {
-public:
-    MOCK_METHOD(std::vector<std::wstring>, CommandLineArguments, (), (override));
-    MOCK_METHOD(bool, IsElevated, (), (override));
-    MOCK_METHOD(std::wstring, ProgramFilePath, (), (override));
-    MOCK_METHOD(void, ChangeCurrentDirectory, (const std::wstring&), (override));
-    MOCK_METHOD(bool, FileExists, (const std::wstring&), (override));
-    MOCK_METHOD(void, MakeWriteable, (const std::wstring&), (override));
-    MOCK_METHOD(std::unique_ptr<DataResource>, OpenResource, (const std::wstring&), (override));
-    MOCK_METHOD(std::wstring, CreateWorkingDirectory, (), (override));
-    MOCK_METHOD(void, DeleteWorkingDirectory, (const std::wstring&), (noexcept, override));
-    MOCK_METHOD(std::wstring, ExtractPayload, (const DataResource&, const std::wstring&),
-                (override));
-    MOCK_METHOD(bool, IsWindows10Version1607OrNewer, (), (override));
-    MOCK_METHOD(bool, IsWow64, (), (override));
-    MOCK_METHOD(bool, IsRunningOnWine, (), (override));
-    MOCK_METHOD(bool, IsDotNetFramework48Installed, (), (override));
-    MOCK_METHOD(bool, AskToInstallDotNetFramework, (), (override));
-    MOCK_METHOD(void, OpenDotNetFrameworkDownloadPage, (), (override));
-    MOCK_METHOD(std::int32_t, WaitForProcess,
-                (const std::wstring&, const std::wstring&, const std::wstring&), (override));
-    MOCK_METHOD(std::optional<std::wstring>, InstalledPackageManagerPath, (), (override));
-    MOCK_METHOD(std::optional<std::wstring>, InstalledPackageManagerVersion, (), (override));
-    MOCK_METHOD(orvik::pkgshared::Version, FileVersion, (const std::wstring&), (override));
-    MOCK_METHOD(bool, AskToReboot, (), (override));
-    MOCK_METHOD(void, Reboot, (), (override));
-    MOCK_METHOD(std::intptr_t, ShowProgress, (const std::wstring&), (override));
-    MOCK_METHOD(void, FinishProgress, (), (override));
-    MOCK_METHOD(void, ShowError, (const std::wstring&), (override));
-    MOCK_METHOD(void, WriteToParentConsole, (const std::wstring&), (override));
-};
-
-struct Child {
-    std::wstring file;
-    std::wstring parameters;
-    std::wstring directory;
-    bool operator==(const Child& other) const {
-        return file == other.file && parameters == other.parameters && directory == other.directory;
-    }
-};
-
-void PrintTo(const Child& child, std::ostream* out) {
-    *out << ::testing::PrintToString(child.file) << " "
-         << ::testing::PrintToString(child.parameters) << " in "
-         << ::testing::PrintToString(child.directory);
-}
-
-const std::wstring kBase = L"C:\\dl";
 const std::wstring kBin = L"C:\\dl\\bin";
 const std::wstring kWork = L"C:\\Temp\\orvikpkg_preinstall-1";
-const std::wstring kPayloadDir = L"C:\\Temp\\orvikpkg_preinstall-1\\payload";
-const std::wstring kConfig = L"--config=\"C:\\Temp\\orvikpkg_preinstall-1\\orvikpkg.ini\"";
-const std::wstring kInstallHead =
-    L"install orvik-package-manager orvik-package-manager-upgrader "
-    L"orvik-package-manager-released-feed ";
-const std::wstring kInstallTail = L" --update-feeds --force-essential --force-locked";
+const std::wstring kPayloadDir = kWork + L"\\payload";
+const std::wstring kCustom = kBin + L"\\resources\\config.dat";
+const std::wstring kPm = L"C:\\PM\\orvikpkg.exe";
 const std::string kOnlineXml =
     "<orvikpkgOnlineInstall schemaVersion=\"26.5\"><downloadItem uri=\"https://x.invalid/s\"/>"
     "<progressTitle value=\"Suite 2026\"/></orvikpkgOnlineInstall>";
-const std::string kPayloadBytes = "payload bytes";
+const std::string kPayload = "payload bytes";
+const Report kInstallFailed{"InstallPackageManager. Error code: -126308",
+                            L"Failed to install Orvik Package Manager"};
+const Report kLaunchFailed{"LaunchPackageManager. Error code: -126309",
+                           L"Launched Orvik Package Manager, but it returned an error"};
 
-class PreInstallTest : public ::testing::Test {
+// The platform answers after the words of `setup_` and records what it ran
+// in `children_`, and in `events_` what it showed or asked.
+class PreInstallTest : public ::testing::Test, public IPreInstallPlatform {
 protected:
-    void SetUp() override {
-        session_.guide.logs = scratch_.Path().wstring();
-        ON_CALL(platform_, CommandLineArguments()).WillByDefault(Invoke([this] { return args_; }));
-        ON_CALL(platform_, IsElevated()).WillByDefault(Return(true));
-        ON_CALL(platform_, ProgramFilePath()).WillByDefault(Return(L"C:\\dl\\setup.exe"));
-        ON_CALL(platform_, FileExists(_)).WillByDefault(Invoke([this](const std::wstring& path) {
-            return existing_.count(path) > 0;
-        }));
-        ON_CALL(platform_, OpenResource(_)).WillByDefault(Invoke([this](const std::wstring& name) {
-            const std::string* bytes = name == L"ORVIKPKG_PAYLOAD" ? payload_ : online_;
-            return bytes != nullptr ? std::make_unique<MemoryDataResource>(
-                                          bytes->data(), static_cast<std::uint32_t>(bytes->size()))
-                                    : std::make_unique<MemoryDataResource>();
-        }));
-        ON_CALL(platform_, CreateWorkingDirectory()).WillByDefault(Return(kWork));
-        ON_CALL(platform_, ExtractPayload(_, _)).WillByDefault(Return(kPayloadDir));
-        ON_CALL(platform_, IsWindows10Version1607OrNewer()).WillByDefault(Return(true));
-        ON_CALL(platform_, IsWow64()).WillByDefault(Return(true));
-        ON_CALL(platform_, IsRunningOnWine()).WillByDefault(Return(false));
-        ON_CALL(platform_, IsDotNetFramework48Installed()).WillByDefault(Return(true));
-        ON_CALL(platform_, InstalledPackageManagerPath())
-            .WillByDefault(Return(std::optional<std::wstring>(L"C:\\PM\\orvikpkg.exe")));
-        ON_CALL(platform_, FileVersion(_))
-            .WillByDefault(Return(orvik::pkgshared::Version(L"26.5.0.10")));
-        ON_CALL(platform_, WaitForProcess(_, _, _))
-            .WillByDefault(Invoke([this](const std::wstring& file, const std::wstring& parameters,
-                                         const std::wstring& directory) {
-                children_.push_back({file, parameters, directory});
-                if (exitCodes_.empty()) {
-                    return 0;
-                }
-                const std::int32_t code = exitCodes_.front();
-                exitCodes_.pop_front();
-                return code;
-            }));
+    bool Has(const char* word) const {
+        return (" " + setup_ + " ").find(" " + std::string(word) + " ") != std::string::npos;
     }
-    std::int32_t RunOnce() {
-        PreInstall run(session_, platform_);
-        run.Run();
-        return run.ResultCode();
+    template <typename T>
+    T Note(const std::wstring& event, T result) {
+        events_ += event;
+        return result;
     }
-    void InstalledVersion(const wchar_t* version) {
-        ON_CALL(platform_, InstalledPackageManagerVersion())
-            .WillByDefault(Return(std::optional<std::wstring>(version)));
+    Args CommandLineArguments() override { return args_; }
+    bool IsElevated() override { return !Has("unelevated"); }
+    std::wstring ProgramFilePath() override { return L"C:\\dl\\setup.exe"; }
+    void ChangeCurrentDirectory(const std::wstring& directory) override { current_ = directory; }
+    bool FileExists(const std::wstring& path) override { return existing_.count(path) > 0; }
+    void MakeWriteable(const std::wstring& path) override { Note(L"writeable:" + path + L" ", 0); }
+    std::unique_ptr<DataResource> OpenResource(const std::wstring& name) override {
+        const bool payload = name == L"ORVIKPKG_PAYLOAD";
+        const std::string& bytes = payload ? kPayload : kOnlineXml;
+        return Has(payload ? "payload" : "online")
+                   ? std::make_unique<MemoryDataResource>(bytes.data(), bytes.size())
+                   : std::make_unique<MemoryDataResource>();
+    }
+    std::wstring CreateWorkingDirectory() override { return kWork; }
+    void DeleteWorkingDirectory(const std::wstring& directory) noexcept override {
+        deleted_ = directory;
+    }
+    std::wstring ExtractPayload(const DataResource& payload, const std::wstring& work) override {
+        return payload.GetSize() == kPayload.size() && work == kWork ? kPayloadDir : L"";
+    }
+    bool IsWindows10Version1607OrNewer() override { return !Has("old"); }
+    bool IsWow64() override { return !Has("32-bit"); }
+    bool IsRunningOnWine() override { return Has("wine"); }
+    bool IsDotNetFramework48Installed() override { return !Has("no-.NET"); }
+    bool AskToInstallDotNetFramework() override { return Note(L".NET? ", Has("yes")); }
+    void OpenDotNetFrameworkDownloadPage() override { Note(L".NET-page ", 0); }
+    std::int32_t WaitForProcess(const std::wstring& file, const std::wstring& parameters,
+                                const std::wstring& directory) override {
+        if (Has("declined")) {
+            throw Exception(-125029, L"s", 1);
+        }
+        children_.emplace_back(file, parameters, directory);
+        const std::int32_t code = exitCodes_.empty() ? 0 : exitCodes_.front();
+        exitCodes_.erase(exitCodes_.begin(), exitCodes_.begin() + !exitCodes_.empty());
+        return code;
+    }
+    std::optional<std::wstring> InstalledPackageManagerPath() override {
+        return Has("no-path") ? std::nullopt : std::optional(kPm);
+    }
+    std::optional<std::wstring> InstalledPackageManagerVersion() override {
+        return Has("pm")       ? L"26.5.0.10"
+               : Has("old-pm") ? L"26.5.0.9"
+                               : std::optional<std::wstring>();
+    }
+    orvik::pkgshared::Version FileVersion(const std::wstring& file) override {
+        return orvik::pkgshared::Version(file == kBin + L"\\Install.exe" ? L"26.5.0.10" : L"");
+    }
+    bool AskToReboot() override { return Note(L"reboot? ", Has("yes")); }
+    void Reboot() override {
+        if (Note(L"reboot! ", Has("fails"))) {
+            throw Exception(-126305, L"source\\preinstall\\Main", 1);
+        }
+    }
+    std::intptr_t ShowProgress(const std::wstring& title) override {
+        return Note(L"progress:" + title + L" ", std::intptr_t{Has("busy")});
+    }
+    void FinishProgress() override { Note(L"finish ", 0); }
+    void ShowError(const std::wstring& text) override { shown_ = Note(L"dialog ", text); }
+    void WriteToParentConsole(const std::wstring& text) override {
+        shown_ = Note(L"console ", text);
     }
 
     orvik::testing::ScratchDirectory scratch_;
     orvik::testing::FakeSession session_;
-    NiceMock<MockPlatform> platform_;
-    std::vector<std::wstring> args_;
+    Args args_;
+    std::string setup_;
     std::set<std::wstring> existing_;
-    const std::string* payload_ = nullptr;
-    const std::string* online_ = nullptr;
     std::deque<std::int32_t> exitCodes_;
     std::vector<Child> children_;
+    std::wstring events_, shown_, current_, deleted_;
 };
 
-TEST_F(PreInstallTest, PlainRunInstallsFromTheBinFolderAndLaunchesNothingElse) {
-    EXPECT_CALL(platform_, ChangeCurrentDirectory(kBase));
-    EXPECT_CALL(platform_, DeleteWorkingDirectory(kWork));
-    EXPECT_CALL(platform_, ShowProgress(_)).Times(0);
-    exitCodes_ = {0};
-    EXPECT_EQ(0, RunOnce());
-    EXPECT_EQ(
-        (std::vector<Child>{{kBin + L"\\Install.exe",
-                             kInstallHead + L"launch orvik-package-manager --prevent-reboot " +
-                                 kConfig + kInstallTail,
-                             kBin}}),
-        children_);
-}
-
-TEST_F(PreInstallTest, SuiteWithCurrentPackageManagerInstallsThenLaunches) {
-    existing_ = {kBin + L"\\suite.dat", kBin + L"\\resources\\config.dat"};
-    InstalledVersion(L"26.5.0.10");
-    args_ = {L"--passive", L"--accept-eulas", L"extra"};
-    EXPECT_EQ(0, RunOnce());
-    EXPECT_EQ((std::vector<Child>{
-                  {kBin + L"\\Install.exe",
-                   kInstallHead + L"--hide-completion --passive --prevent-reboot --accept-eulas " +
-                       kConfig + kInstallTail,
-                   kBin},
-                  {L"C:\\PM\\orvikpkg.exe",
-                   L"install-suite suite.dat --passive --accept-eulas "
-                   L"--custom-resource-config=\"C:\\dl\\bin\\resources\\config.dat\" " +
-                       kConfig + L" extra",
-                   kBin}}),
-              children_);
-}
-
-TEST_F(PreInstallTest, PayloadReplacesTheBinFolderAndShowsProgressUnlessQuiet) {
-    payload_ = &kPayloadBytes;
-    existing_ = {kPayloadDir + L"\\suite.dat"};  // not in bin: plain mode
-    EXPECT_CALL(platform_, ShowProgress(std::wstring())).WillOnce(Return(0));
-    EXPECT_CALL(platform_, FinishProgress());
-    EXPECT_CALL(platform_, ExtractPayload(_, kWork)).WillOnce(Return(kPayloadDir));
-    EXPECT_EQ(0, RunOnce());
-    ASSERT_EQ(1u, children_.size());
-    EXPECT_EQ(kPayloadDir + L"\\Install.exe", children_[0].file);
-    EXPECT_EQ(kPayloadDir, children_[0].directory);
-
-    ::testing::Mock::VerifyAndClearExpectations(&platform_);
-    args_ = {L"--quiet"};
-    EXPECT_CALL(platform_, ShowProgress(_)).Times(0);
-    EXPECT_CALL(platform_, FinishProgress()).Times(0);
-    EXPECT_EQ(0, RunOnce());
-}
-
-TEST_F(PreInstallTest, OlderOrAbsentPackageManagerInstallsWithTheProduct) {
-    existing_ = {kBin + L"\\suite.dat"};
-    for (const wchar_t* installed : {L"", L"26.5.0.9"}) {
-        children_.clear();
-        if (*installed != L'\0') {
-            InstalledVersion(installed);
-        }
-        exitCodes_ = {1641};
-        EXPECT_EQ(1641, RunOnce()) << installed;
-        EXPECT_EQ((std::vector<Child>{{kBin + L"\\Install.exe",
-                                       L"install-suite suite.dat --install-orvikpm-with-product "
-                                       L"--update-feeds " +
-                                           kConfig,
-                                       kBin}}),
-                  children_);
-    }
-}
-
-TEST_F(PreInstallTest, NeedsNewerPackageManagerFallsBackToInstallAndLaunch) {
-    existing_ = {kBin + L"\\suite.dat"};
-    exitCodes_ = {-125818, 0, 42};
-    EXPECT_CALL(platform_, ShowError(_)).Times(0);
-    EXPECT_EQ(42, RunOnce());
-    ASSERT_EQ(3u, children_.size());
-    EXPECT_NE(std::wstring::npos, children_[0].parameters.find(L"--install-orvikpm-with-product"));
-    EXPECT_EQ(kInstallHead + L"--hide-completion --prevent-reboot " + kConfig + kInstallTail,
-              children_[1].parameters);
-    EXPECT_EQ(L"C:\\PM\\orvikpkg.exe", children_[2].file);
-}
-
-TEST_F(PreInstallTest, OnlineInstallLaunchesTheDownloadWithoutConfig) {
-    online_ = &kOnlineXml;
-    InstalledVersion(L"27.0");
-    payload_ = &kPayloadBytes;
-    EXPECT_CALL(platform_, ShowProgress(std::wstring(L"Suite 2026"))).WillOnce(Return(1));
-    EXPECT_CALL(platform_, FinishProgress()).Times(0);
-    EXPECT_EQ(0, RunOnce());
-    ASSERT_EQ(2u, children_.size());
-    EXPECT_EQ(L"--uri=https://x.invalid/s", children_[1].parameters);
-}
-
-TEST_F(PreInstallTest, ChildFailuresPassThroughWithoutADialog) {
-    existing_ = {kBin + L"\\suite.dat"};
-    InstalledVersion(L"26.5.0.10");
-    EXPECT_CALL(platform_, ShowError(_)).Times(0);
-    exitCodes_ = {5};
-    EXPECT_EQ(5, RunOnce());
-    EXPECT_EQ(1u, children_.size());  // no launch after a failed install
-    children_.clear();
-    exitCodes_ = {0, -7};
-    EXPECT_EQ(-7, RunOnce());
-    const auto messages = session_.logger.Messages();
-    EXPECT_NE(messages.end(), std::find(messages.begin(), messages.end(),
-                                        L"Failed to install Orvik Package Manager"));
-    EXPECT_NE(messages.end(),
-              std::find(messages.begin(), messages.end(),
-                        L"Launched Orvik Package Manager, but it returned an error"));
-    EXPECT_NE(std::string::npos, orvik::testing::ReadBytes(scratch_ / L"errorlog.txt")
-                                     .find("Exception in PreInstall::LaunchPackageManager"));
-}
-
-TEST_F(PreInstallTest, RebootRequestOfTheInstall) {
-    existing_ = {kBin + L"\\suite.dat"};
-    InstalledVersion(L"26.5.0.10");
-    // Unattended: no question, and the reboot code of the bootstrapper.
-    args_ = {L"--passive"};
-    exitCodes_ = {-125071};
-    EXPECT_CALL(platform_, AskToReboot()).Times(0);
-    EXPECT_EQ(-126300, RunOnce());
-    EXPECT_EQ(1u, children_.size());
-    ::testing::Mock::VerifyAndClearExpectations(&platform_);
-
-    // Interactive: OK reboots; Cancel does not; both end with -126300.
-    args_ = {};
-    for (bool ok : {true, false}) {
-        exitCodes_ = {-125071};
-        EXPECT_CALL(platform_, AskToReboot()).WillOnce(Return(ok));
-        EXPECT_CALL(platform_, Reboot()).Times(ok ? 1 : 0);
-        EXPECT_EQ(-126300, RunOnce());
-        ::testing::Mock::VerifyAndClearExpectations(&platform_);
-    }
-
-    // Without a suite or download the child's own code stays.
-    existing_.clear();
-    exitCodes_ = {-125071};
-    EXPECT_EQ(-125071, RunOnce());
-}
-
-TEST_F(PreInstallTest, FailedRebootIsReported) {
-    existing_ = {kBin + L"\\suite.dat"};
-    InstalledVersion(L"26.5.0.10");
-    exitCodes_ = {-125071};
-    ON_CALL(platform_, AskToReboot()).WillByDefault(Return(true));
-    EXPECT_CALL(platform_, Reboot()).WillOnce(Invoke([] {
-        throw Exception(-126305, L"source\\preinstall\\Main", 1);
-    }));
-    EXPECT_CALL(platform_, ShowError(::testing::HasSubstr(L"Automatic reboot failed")));
-    EXPECT_EQ(-126305, RunOnce());
-}
-
-TEST_F(PreInstallTest, RunErrorsAndWhereTheyAreShown) {
-    struct Case {
-        std::vector<std::wstring> args;
-        std::function<void(MockPlatform&)> arrange;
-        std::int32_t code;
-        bool console;
+// Per run: the children in order, each with the command line its builder
+// makes; what the user saw or was asked; the code; the error reports.
+TEST_F(PreInstallTest, Runs) {
+    const wchar_t* gui = L"GUIExecutableFullPath";
+    const struct {
+        const char* name;
+        Args args;
+        std::string setup;
+        std::deque<std::int32_t> exitCodes;
+        const char* children;  // Install, install With the product, Launch
+        std::int32_t result;
+        std::wstring events;
+        const Report* report = nullptr;
+        const wchar_t* argument = L"";  // of the error message shown
+    } cases[] = {
+        {"plain", {}, "pm", {0}, "I", 0, L""},
+        {"plain keeps the child's reboot code", {}, "", {-125071}, "I", -125071, L""},
+        {"launch", {L"--passive", L"--accept-eulas", L"x"}, "suite custom pm", {}, "IL", 0, L""},
+        {"no pm", {}, "suite", {1641}, "W", 1641, L"", &kLaunchFailed},
+        {"older pm", {}, "suite old-pm", {1641}, "W", 1641, L"", &kLaunchFailed},
+        {"pm too old", {}, "suite", {-125818, 0, 42}, "WIL", 42, L"", &kLaunchFailed},
+        {"online wins over suite", {}, "online suite pm", {}, "IL", 0, L""},
+        {"install fails", {}, "suite pm", {5}, "I", 5, L"", &kInstallFailed},
+        {"launch fails", {}, "suite pm", {0, -7}, "IL", -7, L"", &kLaunchFailed},
+        {"reboot, passive", {L"--passive"}, "suite pm yes", {-125071}, "I", -126300, L""},
+        {"reboot, quiet", {L"--quiet"}, "suite pm yes", {-125071}, "I", -126300, L""},
+        {"reboot, prevented", {L"--prevent-reboot"}, "suite pm yes", {-125071}, "I", -126300, L""},
+        {"reboot, yes", {}, "suite pm yes", {-125071}, "I", -126300, L"reboot? reboot! "},
+        {"reboot, no", {}, "suite pm", {-125071}, "I", -126300, L"reboot? "},
+        {"fails", {}, "suite pm yes fails", {-125071}, "I", -126305, L"reboot? reboot! dialog "},
+        {"payload", {}, "payload", {}, "I", 0, L"progress: finish "},
+        {"payload, online", {}, "payload online busy", {}, "W", 0, L"progress:Suite 2026 "},
+        {"payload, quiet", {L"--quiet"}, "payload", {}, "I", 0, L""},
+        {"not elevated", {}, "unelevated", {}, "", -126306, L"dialog "},
+        {"not elevated, quiet", {L"--quiet"}, "unelevated", {}, "", -126306, L"console "},
+        {"/q", {L"/q"}, "", {}, "", -126318, L"console ", nullptr, L"/q"},
+        {"obsolete", {L"/c:x"}, "", {}, "", -126318, L"dialog ", nullptr, L"/c:x"},
+        {"32-bit", {}, "32-bit", {}, "", -126359, L"dialog "},
+        {"old Windows, passive", {L"--passive"}, "old", {}, "", -126359, L"console "},
+        {"no pm path", {}, "suite pm no-path", {}, "I", -126304, L"dialog ", nullptr, gui},
+        {"elevation declined", {}, "suite pm declined", {}, "", -125029, L""},
+        {".NET declined", {}, "no-.NET", {}, "", -125029, L".NET? "},
+        {".NET to be installed", {}, "no-.NET yes", {}, "", 0, L".NET? .NET-page "},
+        {".NET on Wine", {}, "no-.NET wine", {}, "I", 0, L""},
+        {"writeable ini", {}, "ini", {}, "I", 0, L"writeable:C:\\dl\\bin\\orvikpkg.ini "},
     };
-    const Case cases[] = {
-        {{},
-         [](MockPlatform& p) { ON_CALL(p, IsElevated()).WillByDefault(Return(false)); },
-         -126306,
-         false},
-        {{L"--quiet"},
-         [](MockPlatform& p) { ON_CALL(p, IsElevated()).WillByDefault(Return(false)); },
-         -126306,
-         true},
-        {{L"/q"}, [](MockPlatform&) {}, -126318, true},
-        {{L"--bootstrapper"}, [](MockPlatform&) {}, -126318, false},
-        {{},
-         [](MockPlatform& p) { ON_CALL(p, IsWow64()).WillByDefault(Return(false)); },
-         -126359,
-         false},
-        {{L"--passive"},
-         [](MockPlatform& p) {
-             ON_CALL(p, IsWindows10Version1607OrNewer()).WillByDefault(Return(false));
-         },
-         -126359,
-         true},
-    };
-    for (const Case& c : cases) {
+    session_.guide.logs = scratch_.Path().wstring();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
         args_ = c.args;
-        c.arrange(platform_);
-        std::wstring shown;
-        auto capture = [&shown](const std::wstring& text) { shown = text; };
-        EXPECT_CALL(platform_, ShowError(_))
-            .Times(c.console ? 0 : 1)
-            .WillRepeatedly(Invoke(capture));
-        EXPECT_CALL(platform_, WriteToParentConsole(_))
-            .Times(c.console ? 1 : 0)
-            .WillRepeatedly(Invoke(capture));
-        EXPECT_CALL(platform_, WaitForProcess(_, _, _)).Times(0);
-        EXPECT_EQ(c.code, RunOnce());
-        EXPECT_EQ(orvik::pkgshared::FormatErrorMessage(c.code, 0, c.args.empty() ? L"" : c.args[0]),
-                  shown);
-        ::testing::Mock::VerifyAndClearExpectations(&platform_);
-        SetUp();
+        setup_ = c.setup;
+        exitCodes_ = c.exitCodes;
+        existing_.clear();
+        for (const auto& [word, file] :
+             {std::pair{"suite", kBin + L"\\suite.dat"},
+              {"custom", kCustom},
+              {"ini", kBin + L"\\orvikpkg.ini"},
+              {"payload", kPayloadDir + L"\\suite.dat"}}) {  // not in bin
+            if (Has(word)) {
+                existing_.insert(file);
+            }
+        }
+        children_.clear();
+        events_.clear();
+        shown_.clear();
+        session_.logger.lines.clear();
+        boost::filesystem::remove(scratch_ / L"errorlog.txt");
+        current_ = deleted_ = L"";
+        {
+            PreInstall run(session_, *this);
+            run.Run();
+            EXPECT_EQ(c.result, run.ResultCode());
+        }
+        EXPECT_EQ(c.events, events_);
+        // Not elevated or obsolete options: the run ends before it chooses its folders.
+        const bool chosen = c.result != -126306 && c.result != -126318;
+        EXPECT_EQ(chosen ? L"C:\\dl" : L"", current_);
+        EXPECT_EQ(chosen ? kWork : L"", deleted_);
+
+        const CommandLineOptions options = ParseCommandLine(c.args).options;
+        const InstallMode mode = Has("online")  ? InstallMode::OnlineInstall
+                                 : Has("suite") ? InstallMode::Suite
+                                                : InstallMode::None;
+        const std::wstring folder = Has("payload") ? kPayloadDir : kBin;
+        const std::wstring ini = kWork + L"\\orvikpkg.ini";
+        LaunchInputs inputs{mode, false, Has("online") ? L"https://x.invalid/s" : L"", ini, {}};
+        if (Has("custom")) {
+            inputs.customResourceConfig = kCustom;
+        }
+        std::vector<Child> expected;
+        for (const char* kind = c.children; *kind != '\0'; ++kind) {
+            inputs.withProduct = *kind == 'W';
+            expected.emplace_back(*kind == 'L' ? kPm : folder + L"\\Install.exe",
+                                  *kind == 'I' ? BuildInstallParameters(options, mode, ini)
+                                               : BuildLaunchParameters(options, inputs),
+                                  folder);
+        }
+        EXPECT_EQ(expected, children_);
+
+        const bool reported = !shown_.empty();
+        EXPECT_EQ(reported ? orvik::pkgshared::FormatErrorMessage(c.result, 0, c.argument) : L"",
+                  shown_);
+        const std::string where = reported ? "ReportError. Error code: " + std::to_string(c.result)
+                                  : c.report != nullptr ? c.report->first
+                                                        : "";
+        const std::string errorLog = orvik::testing::ReadBytes(scratch_ / L"errorlog.txt");
+        EXPECT_EQ(where.empty(), errorLog.empty()) << errorLog;
+        EXPECT_TRUE(where.empty() ||
+                    errorLog.find("Exception in PreInstall::" + where) != std::string::npos)
+            << errorLog;
+        if (c.report != nullptr) {
+            EXPECT_THAT(session_.logger.Messages(), ::testing::Contains(c.report->second));
+        }
     }
-}
-
-TEST_F(PreInstallTest, DotNetQuestion) {
-    ON_CALL(platform_, IsDotNetFramework48Installed()).WillByDefault(Return(false));
-    // Yes: the download page, nothing installed, success.
-    EXPECT_CALL(platform_, AskToInstallDotNetFramework()).WillOnce(Return(true));
-    EXPECT_CALL(platform_, OpenDotNetFrameworkDownloadPage());
-    EXPECT_EQ(0, RunOnce());
-    EXPECT_TRUE(children_.empty());
-    // No: cancelled, silently.
-    EXPECT_CALL(platform_, AskToInstallDotNetFramework()).WillOnce(Return(false));
-    EXPECT_CALL(platform_, ShowError(_)).Times(0);
-    EXPECT_EQ(-125029, RunOnce());
-    // On Wine the question never comes.
-    ON_CALL(platform_, IsRunningOnWine()).WillByDefault(Return(true));
-    EXPECT_CALL(platform_, IsDotNetFramework48Installed()).Times(0);
-    EXPECT_EQ(0, RunOnce());
-}
-
-TEST_F(PreInstallTest, MissingPackageManagerPathAndDeclinedElevation) {
-    existing_ = {kBin + L"\\suite.dat"};
-    InstalledVersion(L"26.5.0.10");
-    ON_CALL(platform_, InstalledPackageManagerPath())
-        .WillByDefault(Return(std::optional<std::wstring>()));
-    EXPECT_CALL(platform_, ShowError(::testing::HasSubstr(L"'GUIExecutableFullPath'")));
-    EXPECT_EQ(-126304, RunOnce());
-
-    EXPECT_CALL(platform_, WaitForProcess(_, _, _)).WillOnce(Invoke([](auto&&...) -> std::int32_t {
-        throw Exception(-125029, L"s", 1);
-    }));
-    EXPECT_CALL(platform_, ShowError(_)).Times(0);
-    EXPECT_EQ(-125029, RunOnce());
-}
-
-TEST_F(PreInstallTest, PackageManagerIniIsMadeWriteable) {
-    existing_ = {kBin + L"\\orvikpkg.ini"};
-    EXPECT_CALL(platform_, MakeWriteable(kBin + L"\\orvikpkg.ini"));
-    EXPECT_EQ(0, RunOnce());
 }
 
 }  // namespace

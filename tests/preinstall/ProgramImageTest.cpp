@@ -7,12 +7,11 @@
 namespace orvik::pkgui::preinstall {
 namespace {
 
-// An MS-DOS header naming `offset`, padded to `size`, with `signature` at
-// the offset when it fits.
-std::string Image(std::uint32_t offset, size_t size, const std::string& signature) {
+// An MS-DOS header naming `offset`, padded to `size`, with "PE\0\0" at the
+// offset when it fits.
+std::string Image(std::uint32_t offset, size_t size, std::string signature = {"PE\0\0", 4}) {
     std::string bytes(size, '\0');
-    bytes[0] = 'M';
-    bytes[1] = 'Z';
+    bytes.replace(0, 2, "MZ");
     for (size_t i = 0; i < 4; ++i) {
         bytes[0x3C + i] = static_cast<char>((offset >> (8 * i)) & 0xFF);
     }
@@ -22,26 +21,23 @@ std::string Image(std::uint32_t offset, size_t size, const std::string& signatur
     return bytes;
 }
 
-TEST(ProgramImageTest, DosHeaderNamesThePeHeader) {
-    EXPECT_EQ(0x80, PeHeaderOffset(Image(0x80, 64, "")));
-    EXPECT_EQ(0x12345678, PeHeaderOffset(Image(0x12345678, 64, "")));
+TEST(ProgramImageTest, OnlyFilesWithBothSignaturesArePrograms) {
+    EXPECT_EQ(0x12345678, PeHeaderOffset(Image(0x12345678, 64)));
     EXPECT_EQ(-1, PeHeaderOffset(std::string(64, 'M')));
     EXPECT_EQ(-1, PeHeaderOffset("MZ"));  // shorter than a header
-}
-
-TEST(ProgramImageTest, OnlyFilesWithBothSignaturesArePrograms) {
     const orvik::testing::ScratchDirectory scratch;
     const std::pair<std::string, bool> cases[] = {
-        {Image(0x80, 512, std::string("PE\0\0", 4)), true},   {Image(0x80, 512, "PX"), false},
-        {Image(0x80, 0x82, std::string("PE\0\0", 4)), false},  // cut inside the signature
-        {Image(0x10, 512, std::string("PE\0\0", 4)), false},   // inside the MS-DOS header
-        {orvik::testing::RandomBytes(4096, 9), false},        {"", false},
+        {Image(0x80, 512), true},
+        {Image(0x80, 512, "PX"), false},
+        {Image(0x80, 0x82), false},  // cut inside the signature
+        {Image(0x10, 512), false},   // inside the MS-DOS header
+        {orvik::testing::RandomBytes(4096, 9), false},
+        {"", false},
     };
-    int index = 0;
-    for (const auto& [bytes, program] : cases) {
-        const auto file = scratch / (L"f" + std::to_wstring(index++) + L".exe").c_str();
-        orvik::testing::WriteBytes(file, bytes);
-        EXPECT_EQ(program, IsProgramImage(file.wstring())) << index;
+    for (size_t i = 0; i < std::size(cases); ++i) {
+        const auto file = scratch / (L"f" + std::to_wstring(i) + L".exe").c_str();
+        orvik::testing::WriteBytes(file, cases[i].first);
+        EXPECT_EQ(cases[i].second, IsProgramImage(file.wstring())) << i;
     }
     EXPECT_FALSE(IsProgramImage((scratch / L"missing.exe").wstring()));
 }

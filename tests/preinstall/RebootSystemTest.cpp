@@ -1,107 +1,78 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "preinstall/RebootSystem.h"
-#include "shared/Exception.h"
+#include "support/Thrown.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
 
-using ::testing::Return;
-using ::testing::StrictMock;
 using Token = IRebootApi::TokenResult;
+using Name = std::optional<std::wstring>;
 
-class MockRebootApi : public IRebootApi {
-public:
-    MOCK_METHOD(TokenResult, OpenThreadToken, (), (override));
-    MOCK_METHOD(bool, OpenProcessToken, (), (override));
-    MOCK_METHOD(bool, EnableShutdownPrivilege, (), (override));
-    MOCK_METHOD(std::optional<std::wstring>, NetworkUserName, (), (override));
-    MOCK_METHOD(std::optional<std::wstring>, SessionUserName, (), (override));
-    MOCK_METHOD(bool, InitiateRestart, (std::uint32_t), (override));
-    MOCK_METHOD(bool, ExitWindowsRestart, (std::uint32_t), (override));
+// Answers from its fields and records the calls, in order.
+struct FakeRebootApi : IRebootApi {
+    FakeRebootApi(Token thread = Token::Opened, bool process = true, bool privilege = true,
+                  bool started = true, Name network = {}, Name session = {})
+        : thread(thread),
+          process(process),
+          privilege(privilege),
+          started(started),
+          network(std::move(network)),
+          session(std::move(session)) {}
+    template <typename T>
+    T Call(const std::wstring& call, T answer) {
+        calls += call;
+        return answer;
+    }
+    Token OpenThreadToken() override { return Call(L"thread ", thread); }
+    bool OpenProcessToken() override { return Call(L"process ", process); }
+    bool EnableShutdownPrivilege() override { return Call(L"privilege ", privilege); }
+    Name NetworkUserName() override { return Call(L"network ", network); }
+    Name SessionUserName() override { return Call(L"session ", session); }
+    bool InitiateRestart(std::uint32_t why) override {
+        return Call(L"initiate " + std::to_wstring(why), started);
+    }
+    bool ExitWindowsRestart(std::uint32_t why) override {
+        return Call(L"exit " + std::to_wstring(why), started);
+    }
+    Token thread;
+    bool process, privilege, started;
+    Name network, session;
+    std::wstring calls;
 };
 
-std::int32_t CodeOf(IRebootApi& api) {
-    try {
-        RebootSystem(api);
-    } catch (const orvik::pkgshared::Exception& e) {
-        EXPECT_STREQ(L"source\\preinstall\\Main", e.GetSourceFile());
-        return e.GetErrorCode();
-    }
-    return 0;
-}
-
-std::optional<std::wstring> Name(const wchar_t* name) {
-    return std::wstring(name);
-}
-
-TEST(RebootSystemTest, InteractiveUserRestartsThroughExitWindows) {
-    StrictMock<MockRebootApi> api;
-    EXPECT_CALL(api, OpenThreadToken()).WillOnce(Return(Token::Opened));
-    EXPECT_CALL(api, EnableShutdownPrivilege()).WillOnce(Return(true));
-    EXPECT_CALL(api, NetworkUserName()).WillOnce(Return(Name(L"anna")));
-    EXPECT_CALL(api, SessionUserName()).WillOnce(Return(Name(L"anna")));
-    EXPECT_CALL(api, ExitWindowsRestart(0x80040002u)).WillOnce(Return(true));
-    EXPECT_EQ(0, CodeOf(api));
-}
-
-TEST(RebootSystemTest, AnotherAccountRestartsThroughSystemShutdown) {
-    StrictMock<MockRebootApi> api;
-    EXPECT_CALL(api, OpenThreadToken()).WillOnce(Return(Token::NoThreadToken));
-    EXPECT_CALL(api, OpenProcessToken()).WillOnce(Return(true));
-    EXPECT_CALL(api, EnableShutdownPrivilege()).WillOnce(Return(true));
-    EXPECT_CALL(api, NetworkUserName()).WillOnce(Return(Name(L"admin")));
-    EXPECT_CALL(api, SessionUserName()).WillOnce(Return(Name(L"Admin")));  // case counts
-    EXPECT_CALL(api, InitiateRestart(0x80040002u)).WillOnce(Return(true));
-    EXPECT_EQ(0, CodeOf(api));
-}
-
-TEST(RebootSystemTest, UnknownUsersFallBackToExitWindows) {
-    for (bool networkKnown : {false, true}) {
-        StrictMock<MockRebootApi> api;
-        EXPECT_CALL(api, OpenThreadToken()).WillOnce(Return(Token::Opened));
-        EXPECT_CALL(api, EnableShutdownPrivilege()).WillOnce(Return(true));
-        EXPECT_CALL(api, NetworkUserName())
-            .WillOnce(Return(networkKnown ? Name(L"anna") : std::nullopt));
-        if (networkKnown) {
-            EXPECT_CALL(api, SessionUserName()).WillOnce(Return(std::nullopt));
+TEST(RebootSystemTest, RestartPathAndEveryFailure) {
+    const std::wstring exit = L"thread privilege network session exit 2147745794";
+    const struct {
+        FakeRebootApi api;
+        std::wstring calls;
+        bool fails;
+    } cases[] = {
+        {{Token::Opened, true, true, true, L"anna", L"anna"}, exit, false},
+        {{Token::NoThreadToken, true, true, true, L"admin", L"Admin"},  // case counts
+         L"thread process privilege network session initiate 2147745794",
+         false},
+        {{Token::Opened, true, true, true, {}, L"anna"},
+         L"thread privilege network exit 2147745794",
+         false},
+        {{Token::Opened, true, true, true, L"anna", {}}, exit, false},
+        {{Token::Failed}, L"thread ", true},
+        {{Token::NoThreadToken, false}, L"thread process ", true},
+        {{Token::Opened, true, false}, L"thread privilege ", true},
+        {{Token::Opened, true, true, false, L"a", L"a"}, exit, true},
+        {{Token::Opened, true, true, false, L"a", L"b"},
+         L"thread privilege network session initiate 2147745794",
+         true},
+    };
+    for (auto c : cases) {
+        SCOPED_TRACE(c.calls);
+        if (!c.fails) {
+            RebootSystem(c.api);
+        } else if (const auto e = orvik::testing::Thrown([&] { RebootSystem(c.api); })) {
+            EXPECT_EQ(-126305, e->GetErrorCode());
+            EXPECT_STREQ(L"source\\preinstall\\Main", e->GetSourceFile());
         }
-        EXPECT_CALL(api, ExitWindowsRestart(0x80040002u)).WillOnce(Return(true));
-        EXPECT_EQ(0, CodeOf(api));
-    }
-}
-
-TEST(RebootSystemTest, EveryFailureIsTheRebootError) {
-    {
-        StrictMock<MockRebootApi> api;
-        EXPECT_CALL(api, OpenThreadToken()).WillOnce(Return(Token::Failed));
-        EXPECT_EQ(-126305, CodeOf(api));
-    }
-    {
-        StrictMock<MockRebootApi> api;
-        EXPECT_CALL(api, OpenThreadToken()).WillOnce(Return(Token::NoThreadToken));
-        EXPECT_CALL(api, OpenProcessToken()).WillOnce(Return(false));
-        EXPECT_EQ(-126305, CodeOf(api));
-    }
-    {
-        StrictMock<MockRebootApi> api;
-        EXPECT_CALL(api, OpenThreadToken()).WillOnce(Return(Token::Opened));
-        EXPECT_CALL(api, EnableShutdownPrivilege()).WillOnce(Return(false));
-        EXPECT_EQ(-126305, CodeOf(api));
-    }
-    for (bool otherAccount : {false, true}) {
-        StrictMock<MockRebootApi> api;
-        EXPECT_CALL(api, OpenThreadToken()).WillOnce(Return(Token::Opened));
-        EXPECT_CALL(api, EnableShutdownPrivilege()).WillOnce(Return(true));
-        EXPECT_CALL(api, NetworkUserName()).WillOnce(Return(Name(L"a")));
-        EXPECT_CALL(api, SessionUserName()).WillOnce(Return(Name(otherAccount ? L"b" : L"a")));
-        if (otherAccount) {
-            EXPECT_CALL(api, InitiateRestart(::testing::_)).WillOnce(Return(false));
-        } else {
-            EXPECT_CALL(api, ExitWindowsRestart(::testing::_)).WillOnce(Return(false));
-        }
-        EXPECT_EQ(-126305, CodeOf(api));
+        EXPECT_EQ(c.calls, c.api.calls);
     }
 }
 

@@ -3,34 +3,12 @@
 #include <map>
 
 #include "shared/AbstractAttributes.h"
-#include "shared/Exception.h"
+#include "support/Thrown.h"
 
 namespace orvik::pkgshared {
 namespace {
 
-TEST(AttributeParsingTest, Booleans) {
-    for (const wchar_t* yes : {L"true", L"TRUE", L" yes ", L"On", L"1"}) {
-        EXPECT_EQ(true, ParseBoolean(yes)) << yes;
-    }
-    for (const wchar_t* no : {L"false", L"No", L"OFF", L"0", L"\tfalse"}) {
-        EXPECT_EQ(false, ParseBoolean(no)) << no;
-    }
-    for (const wchar_t* neither : {L"", L"2", L"truee", L"y", L"-1", L"t rue"}) {
-        EXPECT_EQ(std::nullopt, ParseBoolean(neither)) << neither;
-    }
-}
-
-TEST(AttributeParsingTest, Numbers) {
-    EXPECT_EQ(0, ParseNumber(L"0"));
-    EXPECT_EQ(42, ParseNumber(L" +42 "));
-    EXPECT_EQ(-7, ParseNumber(L"-7"));
-    EXPECT_EQ(INT64_MAX, ParseNumber(L"9223372036854775807"));
-    EXPECT_EQ(INT64_MIN, ParseNumber(L"-9223372036854775808"));
-    for (const wchar_t* bad : {L"", L"-", L"+", L"1.5", L"12a", L"0x10", L"9223372036854775808",
-                               L"-9223372036854775809", L"1 2"}) {
-        EXPECT_EQ(std::nullopt, ParseNumber(bad)) << bad;
-    }
-}
+using orvik::testing::ExpectThrows;
 
 class MapAttributes : public AbstractAttributes {
 public:
@@ -41,47 +19,66 @@ public:
     void SetAttribute(const std::wstring& name, const std::wstring& value) override {
         values[name] = value;
     }
-    std::vector<std::wstring> ListAttributes() const override {
-        std::vector<std::wstring> names;
-        for (const auto& entry : values) {
-            names.push_back(entry.first);
-        }
-        return names;
-    }
+    std::vector<std::wstring> ListAttributes() const override { return {}; }
     std::map<std::wstring, std::wstring> values;
 };
 
-TEST(AbstractAttributesTest, TypedAccessAndAbsence) {
+struct Row {
+    const wchar_t* text;
+    std::optional<bool> boolean;
+    std::optional<std::int64_t> number;
+};
+
+// Each text as a boolean and as a number; a value that is neither raises
+// with the attribute's name and text.
+TEST(AbstractAttributesTest, TypedValuesParseOrRaise) {
+    constexpr std::nullopt_t no = std::nullopt;
+    const Row rows[] = {
+        {L"true", true, no}, {L"TRUE", true, no},     {L" yes ", true, no}, {L"On", true, no},
+        {L"1", true, 1},     {L"false", false, no},   {L"No", false, no},   {L"OFF", false, no},
+        {L"0", false, 0},    {L"\tfalse", false, no}, {L"", no, no},        {L"2", no, 2},
+        {L"truee", no, no},  {L"y", no, no},          {L"t rue", no, no},   {L"-1", no, -1},
+        {L" +42 ", no, 42},  {L"-7", no, -7},         {L"-", no, no},       {L"+", no, no},
+        {L"1.5", no, no},    {L"12a", no, no},        {L"0x10", no, no},    {L"1 2", no, no}};
+    const Row limits[] = {{L"9223372036854775807", no, INT64_MAX},
+                          {L"-9223372036854775808", no, INT64_MIN},
+                          {L"9223372036854775808", no, no},
+                          {L"-9223372036854775809", no, no}};
+    const std::wstring source = L"source\\shared\\AbstractAttributes";
+    std::vector<Row> all(std::begin(rows), std::end(rows));
+    all.insert(all.end(), std::begin(limits), std::end(limits));
+    for (const Row& row : all) {
+        SCOPED_TRACE(::testing::PrintToString(std::wstring(row.text)));
+        EXPECT_EQ(row.boolean, ParseBoolean(row.text));
+        EXPECT_EQ(row.number, ParseNumber(row.text));
+        MapAttributes attributes;
+        attributes.values[L"a"] = row.text;
+        if (row.boolean) {
+            EXPECT_EQ(row.boolean, attributes.GetBool(L"a"));
+        } else {
+            ExpectThrows([&] { attributes.GetBool(L"a"); },
+                         {-125035, {L"a", row.text}, source, 77});
+        }
+        if (row.number) {
+            EXPECT_EQ(row.number, attributes.GetNumber(L"a"));
+        } else {
+            ExpectThrows([&] { attributes.GetNumber(L"a"); },
+                         {-125036, {L"a", row.text}, source, 89});
+        }
+    }
+}
+
+TEST(AbstractAttributesTest, AbsentValuesAndWrittenForms) {
     MapAttributes attributes;
     EXPECT_EQ(std::nullopt, attributes.GetBool(L"disablelogging"));
     EXPECT_EQ(std::nullopt, attributes.GetNumber(L"retries"));
     attributes.SetBool(L"disablelogging", true);
+    attributes.SetBool(L"off", false);
     attributes.SetNumber(L"retries", -3);
-    EXPECT_EQ(L"true", attributes.values[L"disablelogging"]);
-    EXPECT_EQ(true, attributes.GetBool(L"disablelogging"));
-    EXPECT_EQ(-3, attributes.GetNumber(L"retries"));
+    EXPECT_EQ((std::map<std::wstring, std::wstring>{
+                  {L"disablelogging", L"true"}, {L"off", L"false"}, {L"retries", L"-3"}}),
+              attributes.values);
     EXPECT_EQ(L"-3", attributes.GetString(L"retries"));
-}
-
-TEST(AbstractAttributesTest, MalformedValuesRaiseWithNameAndValue) {
-    MapAttributes attributes;
-    attributes.values[L"disablelogging"] = L"maybe";
-    attributes.values[L"retries"] = L"many";
-    try {
-        attributes.GetBool(L"disablelogging");
-        FAIL() << "nothing was thrown";
-    } catch (const Exception& e) {
-        EXPECT_EQ(-125035, e.GetErrorCode());
-        EXPECT_EQ(L"disablelogging", e.GetMessageArgument0());
-        EXPECT_EQ(L"maybe", e.GetMessageArgument1());
-    }
-    try {
-        attributes.GetNumber(L"retries");
-        FAIL() << "nothing was thrown";
-    } catch (const Exception& e) {
-        EXPECT_EQ(-125036, e.GetErrorCode());
-        EXPECT_EQ(L"many", e.GetMessageArgument1());
-    }
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 namespace orvik::pkgshared {
 namespace {
 
-using testing::_;
 using testing::Eq;
 using testing::Return;
 using testing::StrictMock;
@@ -25,94 +24,69 @@ SystemVersion Windows10(std::uint32_t build) {
     return SystemVersion{true, 10, 0, build};
 }
 
-struct KnownCase {
-    int comparison;
-    std::int32_t major, minor, build;
-    bool expected;
-};
+constexpr int GE = kVersionGreaterOrEqual, EQ = kVersionEqual, NE = kVersionNotEqual,
+              LT = kVersionLess, LE = kVersionLessOrEqual, GT = kVersionGreater,
+              ALL = kVersionAlways;
 
+// Minor -1 leaves minor and build out; minor decides before build; codes
+// outside 1..6 are false.
 TEST(OsVersionEvaluatorTest, ComparesAKnownSystemVersion) {
     StrictMock<MockVerifier> verifier;  // never asked while the version is known
     const OsVersionEvaluator evaluator(Windows10(14393), verifier);
-    const KnownCase cases[] = {
-        {kVersionGreaterOrEqual, 10, 0, 14393, true},
-        {kVersionGreaterOrEqual, 10, 0, 14394, false},
-        {kVersionGreaterOrEqual, 10, -1, 99999, true},  // minor -1: build not compared either
-        {kVersionGreaterOrEqual, 10, 0, -1, true},
-        {kVersionEqual, 10, 0, 14393, true},
-        {kVersionEqual, 10, 0, 14392, false},
-        {kVersionLess, 10, 0, 14394, true},
-        {kVersionLess, 11, 0, 0, true},
-        {kVersionLess, 6, 3, 99999, false},
-        {kVersionLessOrEqual, 10, 0, 14393, true},
-        {kVersionGreater, 6, 3, 9600, true},
-        {kVersionGreater, 10, 0, 14393, false},
-        {kVersionGreater, 10, 1, 0, false},  // minor decides before build
-        {kVersionNotEqual, 10, 0, 14393, false},
-        {kVersionNotEqual, 10, 0, 1, true},
-        {kVersionAlways, -5, -1, -1, true},
-        {kVersionEqual, -1, 0, 0, false},
-        {8, 10, 0, 14393, false},
-        {0, 10, 0, 14393, false},
-    };
-    for (const KnownCase& c : cases) {
-        EXPECT_EQ(c.expected, evaluator.Evaluate(c.comparison, c.major, c.minor, c.build))
-            << c.comparison << " " << c.major << "." << c.minor << "." << c.build;
+    const std::tuple<int, std::int32_t, std::int32_t, std::int32_t, bool> rows[] = {
+        {GE, 10, 0, 14393, true}, {GE, 10, 0, 14394, false}, {GE, 10, -1, 99999, true},
+        {GE, 10, 0, -1, true},    {EQ, 10, 0, 14393, true},  {EQ, 10, 0, 14392, false},
+        {LT, 10, 0, 14394, true}, {LT, 11, 0, 0, true},      {LT, 6, 3, 99999, false},
+        {LE, 10, 0, 14393, true}, {GT, 6, 3, 9600, true},    {GT, 10, 0, 14393, false},
+        {GT, 10, 1, 0, false},    {NE, 10, 0, 14393, false}, {NE, 10, 0, 1, true},
+        {ALL, -5, -1, -1, true},  {EQ, -1, 0, 0, false},     {8, 10, 0, 14393, false},
+        {0, 10, 0, 14393, false}};
+    for (const auto& [comparison, major, minor, build, expected] : rows) {
+        EXPECT_EQ(expected, evaluator.Evaluate(comparison, major, minor, build))
+            << comparison << " " << major << "." << minor << "." << build;
     }
+    // Unknown stored parts are not compared.
+    const OsVersionEvaluator partial(SystemVersion{true, 10, SystemVersion::kUnknown, 1}, verifier);
+    EXPECT_TRUE(partial.Evaluate(EQ, 10, 5, 99999));
 }
 
-TEST(OsVersionEvaluatorTest, UnknownStoredPartsAreNotCompared) {
-    StrictMock<MockVerifier> verifier;
-    const OsVersionEvaluator evaluator(SystemVersion{true, 10, SystemVersion::kUnknown, 1},
-                                       verifier);
-    EXPECT_TRUE(evaluator.Evaluate(kVersionEqual, 10, 5, 99999));
-}
-
+// An unknown version asks the system test (not equal asks for equality and
+// inverts the answer; an error is false); codes outside 1..6 never ask.
 TEST(OsVersionEvaluatorTest, UnknownVersionAsksTheSystemTest) {
     StrictMock<MockVerifier> verifier;
     const OsVersionEvaluator evaluator(SystemVersion{}, verifier);
     using C = IVersionVerifier;
-    EXPECT_CALL(verifier, Verify(C::kGreaterEqual, 10u, Eq(std::optional<std::uint32_t>(0)),
-                                 Eq(std::optional<std::uint32_t>(14393))))
-        .WillOnce(Return(C::Result{true, 0}));
-    EXPECT_TRUE(evaluator.Evaluate(kVersionGreaterOrEqual, 10, 0, 14393));
-
-    EXPECT_CALL(verifier, Verify(C::kLess, 6u, Eq(std::nullopt), Eq(std::nullopt)))
-        .WillOnce(Return(C::Result{true, 0}));
-    EXPECT_TRUE(evaluator.Evaluate(kVersionLess, 6, -1, -1));
-
-    EXPECT_CALL(verifier,
-                Verify(C::kLessEqual, 6u, Eq(std::optional<std::uint32_t>(1)), Eq(std::nullopt)))
-        .WillOnce(Return(C::Result{true, 0}));
-    EXPECT_TRUE(evaluator.Evaluate(kVersionLessOrEqual, 6, 1, -1));
-
-    EXPECT_CALL(verifier, Verify(C::kGreater, 5u, _, _)).WillOnce(Return(C::Result{true, 0}));
-    EXPECT_TRUE(evaluator.Evaluate(kVersionGreater, 5, 0, 0));
-}
-
-TEST(OsVersionEvaluatorTest, SystemTestResultsAndErrors) {
-    StrictMock<MockVerifier> verifier;
-    const OsVersionEvaluator evaluator(SystemVersion{}, verifier);
-    using C = IVersionVerifier;
-    constexpr std::uint32_t kOldWinVersion = 1150;
-
-    // Not equal asks for equality and inverts the answer.
-    EXPECT_CALL(verifier, Verify(C::kEqual, 10u, _, _))
-        .WillOnce(Return(C::Result{true, 0}))
-        .WillOnce(Return(C::Result{false, kOldWinVersion}))
-        .WillOnce(Return(C::Result{false, kOldWinVersion}))
-        .WillOnce(Return(C::Result{false, 87}))
-        .WillOnce(Return(C::Result{false, 87}));
-    EXPECT_FALSE(evaluator.Evaluate(kVersionNotEqual, 10, 0, 0));
-    EXPECT_TRUE(evaluator.Evaluate(kVersionNotEqual, 10, 0, 0));
-    EXPECT_FALSE(evaluator.Evaluate(kVersionEqual, 10, 0, 0));
-    EXPECT_FALSE(evaluator.Evaluate(kVersionNotEqual, 10, 0, 0));
-    EXPECT_FALSE(evaluator.Evaluate(kVersionEqual, 10, 0, 0));
-
-    // Codes outside 1..6 never reach the system test.
-    EXPECT_TRUE(evaluator.Evaluate(kVersionAlways, 10, 0, 0));
+    using Part = std::optional<std::uint32_t>;
+    constexpr std::uint32_t kOld = 1150;  // the system is older than Windows 10
+    const struct {
+        int comparison;
+        std::int32_t major, minor, build;
+        C::Condition condition;
+        Part minorAsked, buildAsked;
+        C::Result answer;
+        bool expected;
+    } rows[] = {{GE, 10, 0, 14393, C::kGreaterEqual, 0, 14393, {true, 0}, true},
+                {LT, 6, -1, -1, C::kLess, {}, {}, {true, 0}, true},
+                {LE, 6, 1, -1, C::kLessEqual, 1, {}, {true, 0}, true},
+                {GT, 5, 0, 0, C::kGreater, 0, 0, {true, 0}, true},
+                {GT, 5, 0, 0, C::kGreater, 0, 0, {false, 0}, false},
+                {NE, 10, 0, 0, C::kEqual, 0, 0, {true, 0}, false},
+                {NE, 10, 0, 0, C::kEqual, 0, 0, {false, kOld}, true},
+                {EQ, 10, 0, 0, C::kEqual, 0, 0, {false, kOld}, false},
+                {NE, 10, 0, 0, C::kEqual, 0, 0, {false, 87}, false},
+                {EQ, 10, 0, 0, C::kEqual, 0, 0, {false, 87}, false}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::Message() << row.comparison << " " << row.answer.error);
+        EXPECT_CALL(verifier, Verify(row.condition, static_cast<std::uint32_t>(row.major),
+                                     Eq(row.minorAsked), Eq(row.buildAsked)))
+            .WillOnce(Return(row.answer));
+        EXPECT_EQ(row.expected,
+                  evaluator.Evaluate(row.comparison, row.major, row.minor, row.build));
+        ::testing::Mock::VerifyAndClearExpectations(&verifier);
+    }
+    EXPECT_TRUE(evaluator.Evaluate(ALL, 10, 0, 0));
     EXPECT_FALSE(evaluator.Evaluate(9, 10, 0, 0));
-    EXPECT_FALSE(evaluator.Evaluate(kVersionGreater, -1, 0, 0));
+    EXPECT_FALSE(evaluator.Evaluate(GT, -1, 0, 0));
 }
 
 class FakeRegistry : public IRegistryValueReader {
@@ -132,20 +106,21 @@ public:
 TEST(ReadSystemVersionTest, NeedsAllThreeValuesAndANumericBuild) {
     FakeRegistry registry;
     registry.dwords = {{L"CurrentMajorVersionNumber", 10}, {L"CurrentMinorVersionNumber", 0}};
-    registry.strings = {{L"CurrentBuildNumber", L"14393"}};
-    SystemVersion version = ReadSystemVersion(registry);
-    EXPECT_TRUE(version.known);
-    EXPECT_EQ(10u, version.major);
-    EXPECT_EQ(0u, version.minor);
-    EXPECT_EQ(14393u, version.build);
-
-    for (const wchar_t* badBuild : {L"", L"14393a", L"-1", L"99999999999", L" 14393"}) {
-        registry.strings[L"CurrentBuildNumber"] = badBuild;
-        EXPECT_FALSE(ReadSystemVersion(registry).known) << testing::PrintToString(badBuild);
+    // Build texts and the build they give; 0: the version is not known.
+    const std::pair<const wchar_t*, std::uint32_t> builds[] = {
+        {L"14393", 14393}, {L"4294967295", 4294967295u}, {L"", 0},      {L"14393a", 0},
+        {L"-1", 0},        {L"99999999999", 0},          {L" 14393", 0}};
+    for (const auto& [text, build] : builds) {
+        registry.strings[L"CurrentBuildNumber"] = text;
+        const SystemVersion version = ReadSystemVersion(registry);
+        EXPECT_EQ(build != 0, version.known) << ::testing::PrintToString(text);
+        if (build != 0) {
+            EXPECT_EQ(10u, version.major);
+            EXPECT_EQ(0u, version.minor);
+            EXPECT_EQ(build, version.build);
+        }
     }
-    registry.strings[L"CurrentBuildNumber"] = L"4294967295";
-    EXPECT_TRUE(ReadSystemVersion(registry).known);
-
+    registry.strings[L"CurrentBuildNumber"] = L"14393";
     registry.dwords.erase(L"CurrentMinorVersionNumber");  // as on Windows 7
     EXPECT_FALSE(ReadSystemVersion(registry).known);
 }

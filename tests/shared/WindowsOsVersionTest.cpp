@@ -48,21 +48,15 @@ TEST(WindowsOsVersionTest, ReadsTheRunningSystemFromTheRegistry) {
 
 TEST(WindowsOsVersionTest, RequiredBuildIsComparedWithTheRegistryBuild) {
     WindowsVersionVerifier verifier;
-    {
-        const ScopedBuildNumber build(L"14392");
+    for (const auto& [build, atLeast] :
+         {std::pair<const wchar_t*, bool>{L"14392", false}, {L"14393", true}}) {
+        const ScopedBuildNumber scoped(build);
         const OsVersionEvaluator evaluator(ReadRunningSystemVersion(), verifier);
-        EXPECT_FALSE(evaluator.Evaluate(kVersionGreaterOrEqual, 10, 0, 14393));
-        EXPECT_TRUE(evaluator.Evaluate(kVersionLess, 10, 0, 14393));
+        EXPECT_EQ(atLeast, evaluator.Evaluate(kVersionGreaterOrEqual, 10, 0, 14393)) << build;
+        EXPECT_EQ(!atLeast, evaluator.Evaluate(kVersionLess, 10, 0, 14393)) << build;
     }
-    {
-        const ScopedBuildNumber build(L"14393");
-        const OsVersionEvaluator evaluator(ReadRunningSystemVersion(), verifier);
-        EXPECT_TRUE(evaluator.Evaluate(kVersionGreaterOrEqual, 10, 0, 14393));
-    }
-    {
-        const ScopedBuildNumber build(L"not a number");
-        EXPECT_FALSE(ReadRunningSystemVersion().known);
-    }
+    const ScopedBuildNumber scoped(L"not a number");
+    EXPECT_FALSE(ReadRunningSystemVersion().known);
 }
 
 TEST(WindowsOsVersionTest, SystemVersionTestAnswersLikeTheRegistry) {
@@ -102,7 +96,7 @@ protected:
     UniqueHkey key_;
 };
 
-TEST_F(RegistryKeyValueReaderTest, ReadsValuesOfTheRightTypeOnly) {
+TEST_F(RegistryKeyValueReaderTest, ReadsValuesOfTheRightTypeOnlyAndNothingOfAMissingKey) {
     RegistryKeyValueReader reader(HKEY_CURRENT_USER, kKey);
     ASSERT_TRUE(reader.IsOpen());
     EXPECT_EQ(42u, reader.ReadDword(L"Number"));
@@ -110,13 +104,10 @@ TEST_F(RegistryKeyValueReaderTest, ReadsValuesOfTheRightTypeOnly) {
     EXPECT_EQ(std::nullopt, reader.ReadString(L"Number"));
     EXPECT_EQ(std::nullopt, reader.ReadDword(L"Text"));
     EXPECT_EQ(std::nullopt, reader.ReadDword(L"Missing"));
-}
-
-TEST_F(RegistryKeyValueReaderTest, MissingKeyAnswersNothing) {
-    RegistryKeyValueReader reader(HKEY_CURRENT_USER, L"Software\\OrvikPkgTests\\NoSuchKey");
-    EXPECT_FALSE(reader.IsOpen());
-    EXPECT_EQ(std::nullopt, reader.ReadDword(L"Number"));
-    EXPECT_EQ(std::nullopt, reader.ReadString(L"Text"));
+    RegistryKeyValueReader missing(HKEY_CURRENT_USER, L"Software\\OrvikPkgTests\\NoSuchKey");
+    EXPECT_FALSE(missing.IsOpen());
+    EXPECT_EQ(std::nullopt, missing.ReadDword(L"Number"));
+    EXPECT_EQ(std::nullopt, missing.ReadString(L"Text"));
 }
 
 }  // namespace

@@ -1,11 +1,17 @@
 #!/usr/bin/env bash
-# Runs the whole CTest suite of a build tree under Wine.
+# Runs the CTest suites of a build tree under Wine: the 64-bit tools' tests
+# (BUILD_DIR/x64, 64-bit Wine) and every test of the 32-bit tree (BUILD_DIR),
+# which needs a host that runs 32-bit programs. On a host that does not (see
+# host-runs-32bit.sh), the 32-bit tree is skipped with a line saying so and
+# how many of its tests did not run; the exit code tells whether everything
+# that ran passed.
 # Usage: run-tests.sh BUILD_DIR [ctest arguments...]
 #
-# Starts a virtual X display (xvfb-run) and one persistent wineserver for the
-# tree's prefix, so that each test program starts in milliseconds instead of
-# seconds; the server is stopped again when the run ends, whatever its result.
+# Each tree gets one persistent wineserver for its prefix, so that each test
+# program starts in milliseconds instead of seconds; the server is stopped
+# again when the tree's tests end, whatever their result.
 set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "${1:?usage: run-tests.sh BUILD_DIR [ctest args]}" && pwd)
 shift
 
@@ -14,41 +20,70 @@ if [ -z "${ORVIK_IN_XVFB:-}" ]; then
   exec xvfb-run -a -s "-screen 0 1024x768x24 -nolisten tcp" "$0" "$build" "$@"
 fi
 
-export WINEPREFIX=$build/wineprefix
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES=mscoree,mshtml=
-# First use makes the prefix.
-"$build/wine-run" cmd /c exit 0 >/dev/null 2>&1 || true
-# A server left from that start (or an interrupted run) would refuse -p.
-wineserver -k >/dev/null 2>&1 || true
-wineserver -w >/dev/null 2>&1 || true
-wineserver -p >/dev/null 2>&1 </dev/null
-# Wine's background services (device manager, desktop) start with the first
-# program and outlive it, holding its output open: start them here, detached
-# from CTest's pipes, or CTest would wait for them.
-"$build/wine-run" cmd /c exit 0 >/dev/null 2>&1 </dev/null || true
-trap 'wineserver -k >/dev/null 2>&1 || true' EXIT
 
-# A small file system for the disk-full tests, when this user may mount one.
-tiny=$build/tinyfs
-mkdir -p "$tiny"
-if [ "$(id -u)" -eq 0 ] && ! mountpoint -q "$tiny" && mount -t tmpfs -o size=1m tmpfs "$tiny" 2>/dev/null; then
-  export ORVIK_TINY_FS=$tiny
-  trap 'umount "$tiny" 2>/dev/null || true; wineserver -k >/dev/null 2>&1 || true' EXIT
-elif mountpoint -q "$tiny"; then
-  export ORVIK_TINY_FS=$tiny
+# Starts the persistent server of TREE's prefix, made on first use.
+start_wine() {
+  export WINEPREFIX=$1/wineprefix
+  "$1/wine-run" cmd /c exit 0 >/dev/null 2>&1 || true
+  # A server left from that start (or an interrupted run) would refuse -p.
+  wineserver -k >/dev/null 2>&1 || true
+  wineserver -w >/dev/null 2>&1 || true
+  wineserver -p >/dev/null 2>&1 </dev/null
+  # Wine's background services (device manager, desktop) start with the first
+  # program and outlive it, holding its output open: start them here, detached
+  # from CTest's pipes, or CTest would wait for them.
+  "$1/wine-run" cmd /c exit 0 >/dev/null 2>&1 </dev/null || true
+}
+
+stop_wine() {
+  wineserver -k >/dev/null 2>&1 || true
+}
+
+mounted=()
+cleanup() {
+  stop_wine
+  if [ ${#mounted[@]} -gt 0 ]; then
+    umount "${mounted[@]}" 2>/dev/null || true
+  fi
+}
+trap cleanup EXIT
+
+# Mounts a tmpfs with OPTIONS on DIR when this user may; exports VAR=DIR when
+# a file system is mounted there.
+small_fs() {  # VAR DIR OPTIONS
+  mkdir -p "$2"
+  if [ "$(id -u)" -eq 0 ] && ! mountpoint -q "$2" && mount -t tmpfs -o "$3" tmpfs "$2" 2>/dev/null; then
+    mounted+=("$2")
+  fi
+  if mountpoint -q "$2"; then
+    export "$1=$2"
+  fi
+}
+
+status=0
+start_wine "$build/x64"
+(cd "$build/x64" && ctest --output-on-failure -j "$(nproc)" "$@") || status=1
+stop_wine
+
+if ! reason=$(bash "$here/host-runs-32bit.sh"); then
+  # The 32-bit test programs cannot even list their cases here: count the
+  # cases their sources declare, and the scripted tests.
+  sources=$(grep -o '[^;]*' "$build/wine-test-sources.txt" | sort -u)
+  cases=$(cat $sources | grep -cE '^(TEST|TEST_F|TEST_P)\(' || true)
+  scripted=$(grep -c . "$build/wine-scripted-tests.txt" || true)
+  echo "Not run: $cases Wine test cases of the 32-bit test programs and $scripted scripted" \
+    "tests, because this host cannot run 32-bit programs ($reason)."
+  exit "$status"
 fi
 
-# A read-only file system for the unwritable-temporary-folder test: as root,
-# Wine's file permissions would not stop a write.
-rofs=$build/readonlyfs
-mkdir -p "$rofs"
-if [ "$(id -u)" -eq 0 ] && ! mountpoint -q "$rofs" && mount -t tmpfs -o size=64k,ro tmpfs "$rofs" 2>/dev/null; then
-  export ORVIK_READONLY_FS=$rofs
-  trap 'umount "$tiny" "$rofs" 2>/dev/null || true; wineserver -k >/dev/null 2>&1 || true' EXIT
-elif mountpoint -q "$rofs"; then
-  export ORVIK_READONLY_FS=$rofs
-fi
+# A small file system for the disk-full tests, and a read-only one for the
+# unwritable-temporary-folder test (as root, Wine's file permissions would not
+# stop a write).
+small_fs ORVIK_TINY_FS "$build/tinyfs" size=1m
+small_fs ORVIK_READONLY_FS "$build/readonlyfs" size=64k,ro
 
-cd "$build"
-ctest --output-on-failure -j "$(nproc)" "$@"
+start_wine "$build"
+(cd "$build" && ctest --output-on-failure -j "$(nproc)" "$@") || status=1
+exit "$status"

@@ -1,21 +1,22 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "shared/ExceptionFamily.h"
 #include "shared/SystemInfo/SecurityProvidersInformation.h"
-#include "support/TestData.h"
+#include "shared/SystemInfo/SystemInformation.h"
+#include "support/Thrown.h"
 #include "support/WindowsApiMocks.h"
 
 namespace OrvikPkg::SystemInfo {
 namespace {
 
-using orvik::testing::Caught;
 using ::testing::_;
 using ::testing::Return;
-using ::testing::StrictMock;
 
 // Reference counting and the IDispatch part every fake shares.
 template <typename Interface>
@@ -36,8 +37,7 @@ public:
                                      UINT*) override {
         return E_NOTIMPL;
     }
-    // The test's own reference.
-    ULONG references = 1;
+    ULONG references = 1;  // the test's own
 };
 
 class FakeProduct : public FakeDispatch<IWscProduct> {
@@ -59,8 +59,7 @@ public:
     HRESULT STDMETHODCALLTYPE get_ProductStateTimestamp(BSTR*) override { return E_NOTIMPL; }
     std::wstring name;
     WSC_SECURITY_PRODUCT_STATE state;
-    HRESULT nameResult = S_OK;
-    HRESULT stateResult = S_OK;
+    HRESULT nameResult = S_OK, stateResult = S_OK;
 };
 
 class FakeProductList : public FakeDispatch<IWSCProductList> {
@@ -83,29 +82,27 @@ public:
     }
     std::vector<FakeProduct*> products;
     std::vector<ULONG> providers;
-    HRESULT initializeResult = S_OK;
-    HRESULT countResult = S_OK;
-    HRESULT itemResult = S_OK;
+    HRESULT initializeResult = S_OK, countResult = S_OK, itemResult = S_OK;
 };
 
+// Every CoCreateInstance of the product list answers `createResult` and,
+// when that succeeds, hands out `list`.
 class SecurityProviderLoaderTest : public ::testing::Test {
 protected:
-    void SetUp() override { ON_CALL(com, CoInitializeEx(nullptr, 2u)).WillByDefault(Return(S_OK)); }
-    // Every CoCreateInstance of the product list hands out `list`.
-    void Offer(HRESULT result = S_OK) {
+    void SetUp() override {
+        ON_CALL(com, CoInitializeEx(nullptr, 2u)).WillByDefault(Return(S_OK));
+        Offer();
+    }
+    void Offer() {
         EXPECT_CALL(com, CoCreateInstance(_, nullptr, CLSCTX_INPROC_SERVER, _, _))
-            .WillRepeatedly([this, result](REFCLSID classId, LPUNKNOWN, DWORD, REFIID interfaceId,
-                                           LPVOID* object) {
+            .WillRepeatedly([this](REFCLSID classId, LPUNKNOWN, DWORD, REFIID interfaceId,
+                                   LPVOID* object) {
                 EXPECT_TRUE(::IsEqualGUID(classId, CLSID_WSCProductList));
                 EXPECT_TRUE(::IsEqualGUID(interfaceId, IID_IWSCProductList));
                 ++created;
-                if (FAILED(result)) {
-                    *object = nullptr;
-                    return result;
-                }
-                list.AddRef();
-                *object = static_cast<IWSCProductList*>(&list);
-                return S_OK;
+                *object = SUCCEEDED(createResult) ? static_cast<IWSCProductList*>(&list) : nullptr;
+                list.references += SUCCEEDED(createResult) ? 1 : 0;
+                return createResult;
             });
     }
     // Each load initialises COM and undoes it.
@@ -114,38 +111,13 @@ protected:
         EXPECT_CALL(com, CoUninitialize()).Times(rounds);
     }
 
-    StrictMock<orvik::testing::MockComApi> com;
+    ::testing::StrictMock<orvik::testing::MockComApi> com;
     FakeProductList list;
+    HRESULT createResult = S_OK;
     int created = 0;
 };
 
-TEST_F(SecurityProviderLoaderTest, ProductsInOrderEnabledOnlyWhenOn) {
-    FakeProduct on(L"Shield \u00e9", WSC_SECURITY_PRODUCT_STATE_ON);
-    FakeProduct off(L"Off", WSC_SECURITY_PRODUCT_STATE_OFF);
-    FakeProduct snoozed(L"Snoozed", WSC_SECURITY_PRODUCT_STATE_SNOOZED);
-    FakeProduct expired(L"Expired", WSC_SECURITY_PRODUCT_STATE_EXPIRED);
-    list.products = {&snoozed, &on, &expired, &off};
-    Offer();
-    ExpectComRounds(1);
-    SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTIVIRUS);
-    const SecurityProductList& products = loader.Get();
-    EXPECT_EQ(SecurityProductList::kLoaded, products.status);
-    ASSERT_EQ(4u, products.products.size());
-    EXPECT_EQ(L"Snoozed", products.products[0].displayName);
-    EXPECT_FALSE(products.products[0].enabled);
-    EXPECT_EQ(L"Shield \u00e9", products.products[1].displayName);
-    EXPECT_TRUE(products.products[1].enabled);
-    EXPECT_FALSE(products.products[2].enabled);
-    EXPECT_FALSE(products.products[3].enabled);
-    EXPECT_EQ(std::vector<ULONG>{4}, list.providers);
-    // Every reference taken was given back.
-    EXPECT_EQ(1u, list.references);
-    EXPECT_EQ(1u, on.references);
-    EXPECT_EQ(1u, off.references);
-}
-
 TEST_F(SecurityProviderLoaderTest, EachListAsksForItsKindOnceAndIsCached) {
-    Offer();
     ExpectComRounds(3);
     SecurityProvidersInformation information(com);
     EXPECT_EQ(&information.GetAntivirusProducts(), &information.GetAntivirusProducts());
@@ -156,82 +128,222 @@ TEST_F(SecurityProviderLoaderTest, EachListAsksForItsKindOnceAndIsCached) {
     EXPECT_EQ(3, created);
 }
 
-TEST_F(SecurityProviderLoaderTest, NoSecurityCenterIsAnEmptyUnavailableList) {
-    Offer(REGDB_E_CLASSNOTREG);
-    ExpectComRounds(1);
-    SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_FIREWALL);
-    EXPECT_EQ(SecurityProductList::kNotAvailable, loader.Get().status);
-    EXPECT_TRUE(loader.Get().products.empty());
-    EXPECT_EQ(1, created);  // the answer is cached too
-}
-
-TEST_F(SecurityProviderLoaderTest, StoppedServiceInEitherFormIsStatusTwo) {
-    for (const HRESULT stopped : {static_cast<HRESULT>(0x426), static_cast<HRESULT>(0x80070426)}) {
-        FakeProduct product(L"Never read", WSC_SECURITY_PRODUCT_STATE_ON);
-        list.products = {&product};
-        list.initializeResult = stopped;
-        Offer();
-        ExpectComRounds(1);
+// Statuses that are answers, not errors: an empty list, cached; COM already
+// up in another mode is not undone.
+TEST_F(SecurityProviderLoaderTest, MissingOrStoppedSecurityCenterIsAnEmptyListWithAStatus) {
+    FakeProduct product(L"Never read", WSC_SECURITY_PRODUCT_STATE_ON);
+    list.products = {&product};
+    const struct {
+        HRESULT coInit, create, initialize;
+        SecurityProductList::Status status;
+    } rows[] = {
+        {S_OK, REGDB_E_CLASSNOTREG, S_OK, SecurityProductList::kNotAvailable},
+        {RPC_E_CHANGED_MODE, REGDB_E_CLASSNOTREG, S_OK, SecurityProductList::kNotAvailable},
+        {S_OK, S_OK, 0x426, SecurityProductList::kServiceNotRunning},
+        {S_OK, S_OK, static_cast<HRESULT>(0x80070426), SecurityProductList::kServiceNotRunning},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::Message() << std::hex << row.create << " " << row.initialize);
+        created = 0;
+        createResult = row.create;
+        list.initializeResult = row.initialize;
+        EXPECT_CALL(com, CoInitializeEx(nullptr, 2u)).WillOnce(Return(row.coInit));
+        EXPECT_CALL(com, CoUninitialize()).Times(row.coInit == S_OK ? 1 : 0);
         SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTISPYWARE);
-        EXPECT_EQ(SecurityProductList::kServiceNotRunning, loader.Get().status);
+        EXPECT_EQ(row.status, loader.Get().status);
         EXPECT_TRUE(loader.Get().products.empty());
+        EXPECT_EQ(1, created);
         EXPECT_EQ(1u, list.references);
         ::testing::Mock::VerifyAndClearExpectations(&com);
+        Offer();
     }
 }
 
-TEST_F(SecurityProviderLoaderTest, ComAlreadyUpInAnotherModeIsLeftAlone) {
-    Offer(REGDB_E_CLASSNOTREG);
-    EXPECT_CALL(com, CoInitializeEx(nullptr, 2u)).WillOnce(Return(RPC_E_CHANGED_MODE));
-    SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTIVIRUS);
-    EXPECT_EQ(SecurityProductList::kNotAvailable, loader.Get().status);
-}
-
-TEST_F(SecurityProviderLoaderTest, FailuresNameTheCallAndAreRetriedNextTime) {
-    FakeProduct product(L"Product", WSC_SECURITY_PRODUCT_STATE_ON);
-    list.products = {&product};
-    struct Case {
-        std::function<void()> breakIt;
+// A failed load raises naming the call and is tried again on the next
+// request, which lists the products in order, enabled only when on; every
+// reference taken is given back either way.
+TEST_F(SecurityProviderLoaderTest, FailuresNameTheCallAndTheNextRequestLoads) {
+    FakeProduct on(L"Shield \u00e9", WSC_SECURITY_PRODUCT_STATE_ON);
+    FakeProduct off(L"Off", WSC_SECURITY_PRODUCT_STATE_OFF);
+    FakeProduct snoozed(L"Snoozed", WSC_SECURITY_PRODUCT_STATE_SNOOZED);
+    FakeProduct expired(L"Expired", WSC_SECURITY_PRODUCT_STATE_EXPIRED);
+    list.products = {&snoozed, &on, &expired, &off};
+    const struct {
+        HRESULT& result;
+        HRESULT failure;
         const wchar_t* operation;
         std::int32_t line;
+    } rows[] = {
+        {createResult, E_ACCESSDENIED, L"CoCreateInstance(WSCProductList)", 57},
+        {list.initializeResult, E_ACCESSDENIED, L"wscProductList->Initialize", 80},
+        {list.countResult, E_UNEXPECTED, L"wscProductList->get_Count", 88},
+        {list.itemResult, E_INVALIDARG, L"wscProductList->get_Item", 96},
+        {on.nameResult, E_OUTOFMEMORY, L"wscProduct->get_DisplayName", 107},
+        {on.stateResult, E_FAIL, L"wscProduct->get_ProductState", 115},
     };
-    const std::vector<Case> cases = {
-        {[&] { list.initializeResult = E_ACCESSDENIED; }, L"wscProductList->Initialize", 80},
-        {[&] { list.countResult = E_UNEXPECTED; }, L"wscProductList->get_Count", 88},
-        {[&] { list.itemResult = E_INVALIDARG; }, L"wscProductList->get_Item", 96},
-        {[&] { product.nameResult = E_OUTOFMEMORY; }, L"wscProduct->get_DisplayName", 107},
-        {[&] { product.stateResult = E_FAIL; }, L"wscProduct->get_ProductState", 115},
-    };
-    Offer();
-    EXPECT_CALL(com, CoInitializeEx(nullptr, 2u)).Times(::testing::AnyNumber());
-    EXPECT_CALL(com, CoUninitialize()).Times(::testing::AnyNumber());
-    for (const Case& c : cases) {
-        list.initializeResult = list.countResult = list.itemResult = S_OK;
-        product.nameResult = product.stateResult = S_OK;
-        c.breakIt();
+    ExpectComRounds(2 * std::size(rows));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.operation);
+        row.result = row.failure;
         SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTIVIRUS);
-        const orvik::pkgshared::Exception e = Caught([&] { loader.Get(); });
-        EXPECT_EQ(orvik::pkgshared::kWindowsFunctionErrorCode, e.GetErrorCode()) << c.operation;
-        EXPECT_EQ(c.operation, e.GetMessageArgument1());
-        EXPECT_EQ(c.line, e.GetLineNumber());
-        EXPECT_STREQ(L"source\\shared\\SystemInfo\\SecurityProviderLoader", e.GetSourceFile());
+        orvik::testing::ExpectThrows([&] { loader.Get(); },
+                                     {orvik::pkgshared::kWindowsFunctionErrorCode,
+                                      {std::to_wstring(row.failure), row.operation},
+                                      L"source\\shared\\SystemInfo\\SecurityProviderLoader",
+                                      row.line});
+        row.result = S_OK;
+        const SecurityProductList& products = loader.Get();
+        EXPECT_EQ(SecurityProductList::kLoaded, products.status);
+        std::vector<std::pair<std::wstring, bool>> listed;
+        for (const auto& product : products.products) {
+            listed.emplace_back(product.displayName, product.enabled);
+        }
+        EXPECT_EQ((std::vector<std::pair<std::wstring, bool>>{{L"Snoozed", false},
+                                                              {L"Shield \u00e9", true},
+                                                              {L"Expired", false},
+                                                              {L"Off", false}}),
+                  listed);
+        for (const FakeDispatch<IWscProduct>* held : {&on, &off, &snoozed, &expired}) {
+            EXPECT_EQ(1u, held->references);
+        }
         EXPECT_EQ(1u, list.references);
-        EXPECT_EQ(1u, product.references);
-        // Mended, the next request loads.
-        list.initializeResult = list.countResult = list.itemResult = S_OK;
-        product.nameResult = product.stateResult = S_OK;
-        EXPECT_EQ(1u, loader.Get().products.size());
     }
+    EXPECT_EQ(std::vector<ULONG>(2 * std::size(rows) - 1, 4), list.providers);
 }
 
-TEST_F(SecurityProviderLoaderTest, RefusedCreationIsAnError) {
-    Offer(E_ACCESSDENIED);
-    ExpectComRounds(1);
-    SecurityProviderLoader loader(com, WSC_SECURITY_PROVIDER_ANTIVIRUS);
-    const orvik::pkgshared::Exception e = Caught([&] { loader.Get(); });
-    EXPECT_EQ(std::to_wstring(static_cast<std::int32_t>(E_ACCESSDENIED)), e.GetMessageArgument0());
-    EXPECT_EQ(L"CoCreateInstance(WSCProductList)", e.GetMessageArgument1());
-    EXPECT_EQ(57, e.GetLineNumber());
+using ::testing::StrEq;
+using ::testing::StrictMock;
+
+class MockProperties : public IWindowsManagementInstrumentationProperties {
+public:
+    MOCK_METHOD(std::wstring, GetString, (const std::wstring&), (override));
+    MOCK_METHOD(std::uint32_t, GetUInt32, (const std::wstring&), (override));
+};
+
+class MockProxy : public IWindowsManagementInstrumentationProxy {
+public:
+    MOCK_METHOD(std::unique_ptr<IWindowsManagementInstrumentationProperties>, GetObject,
+                (const std::wstring&, const std::vector<std::wstring>&), (override));
+};
+
+class MockWmi : public IWindowsManagementInstrumentation {
+public:
+    MOCK_METHOD(std::unique_ptr<IWindowsManagementInstrumentationProxy>, Connect, (), (override));
+};
+
+class NoEventLog : public IWindowsEventLog {
+public:
+    std::unique_ptr<IWindowsEventQuery> Query(const std::wstring&, const std::wstring&) override {
+        ADD_FAILURE() << "the event log is not read";
+        return nullptr;
+    }
+};
+
+class SystemInformationTest : public ::testing::Test {
+protected:
+    // `call` raises the Windows error `error`, read from `errors`, of `function` at `line`.
+    void ExpectFailure(const std::function<void()>& call,
+                       orvik::testing::MockErrorHandlingApi& errors, DWORD error,
+                       const wchar_t* function, std::int32_t line) {
+        EXPECT_CALL(errors, GetLastError()).WillOnce(Return(error));
+        orvik::testing::ExpectThrows(call, {orvik::pkgshared::kWindowsFunctionErrorCode,
+                                            {std::to_wstring(error), function},
+                                            L"source\\shared\\SystemInfo/SystemInformation",
+                                            line});
+    }
+
+    StrictMock<orvik::testing::MockComApi> com;
+    StrictMock<orvik::testing::MockFileApi> files;
+    StrictMock<orvik::testing::MockSysInfoApi> sysInfo;
+    StrictMock<MockWmi> wmi;
+    NoEventLog eventLog;
+    SystemInformation information{com, files, sysInfo, wmi, eventLog};
+};
+
+TEST_F(SystemInformationTest, OperatingSystemComesFromOneWmiQuery) {
+    const std::vector<std::wstring> names = {L"Caption",
+                                             L"Version",
+                                             L"OSArchitecture",
+                                             L"ServicePackMajorVersion",
+                                             L"ServicePackMinorVersion",
+                                             L"ProductType"};
+    auto properties = std::make_unique<StrictMock<MockProperties>>();
+    for (size_t i = 0; i < names.size(); ++i) {
+        if (i < 3) {
+            EXPECT_CALL(*properties, GetString(names[i])).WillOnce(Return(names[i] + L"!"));
+        } else {
+            EXPECT_CALL(*properties, GetUInt32(names[i])).WillOnce(Return(i));
+        }
+    }
+    auto proxy = std::make_unique<StrictMock<MockProxy>>();
+    EXPECT_CALL(*proxy, GetObject(std::wstring(L"Win32_OperatingSystem"), names))
+        .WillOnce(Return(::testing::ByMove(std::move(properties))));
+    EXPECT_CALL(wmi, Connect()).WillOnce(Return(::testing::ByMove(std::move(proxy))));
+    const OperatingSystem system = information.GetOperatingSystem();
+    EXPECT_EQ((std::vector<std::wstring>{L"Caption!", L"Version!", L"OSArchitecture!"}),
+              (std::vector<std::wstring>{system.caption, system.version, system.architecture}));
+    EXPECT_EQ((std::vector<std::uint32_t>{3, 4, 5}),
+              (std::vector<std::uint32_t>{system.servicePackMajorVersion,
+                                          system.servicePackMinorVersion, system.productType}));
+}
+
+TEST_F(SystemInformationTest, MemoryDiskAndLocaleComeFromTheirCallsOrRaiseTheLastError) {
+    EXPECT_CALL(sysInfo, GlobalMemoryStatusEx(_))
+        .WillOnce([](LPMEMORYSTATUSEX status) {
+            EXPECT_EQ(64u, status->dwLength);
+            status->ullAvailPhys = 5000000000ull;
+            status->dwMemoryLoad = 42;
+            status->ullAvailVirtual = 3000000000ull;
+            status->ullTotalPhys = 1;
+            return TRUE;
+        })
+        .WillOnce(Return(FALSE));
+    const Memory memory = information.GetMemory();
+    EXPECT_EQ(5000000000ull, memory.availablePhysicalBytes);
+    EXPECT_EQ(42u, memory.memoryLoadPercent);
+    EXPECT_EQ(3000000000ull, memory.availableVirtualBytes);
+    ExpectFailure([&] { information.GetMemory(); }, sysInfo.errors, 87, L"GlobalMemoryStatusEx",
+                  76);
+
+    EXPECT_CALL(files, GetDiskFreeSpaceExW(StrEq(L"D:\\data"), _, _, _))
+        .WillOnce([](LPCWSTR, PULARGE_INTEGER available, PULARGE_INTEGER total,
+                     PULARGE_INTEGER totalFree) {
+            EXPECT_NE(nullptr, totalFree);
+            available->QuadPart = 7000000000ull;
+            total->QuadPart = 9000000000ull;
+            totalFree->QuadPart = 8000000000ull;
+            return TRUE;
+        })
+        .WillOnce(Return(FALSE));
+    const DiskSpace space = information.GetDiskSpace(L"D:\\data");
+    EXPECT_EQ(7000000000ull, space.freeBytesAvailable);
+    EXPECT_EQ(9000000000ull, space.totalBytes);
+    ExpectFailure([&] { information.GetDiskSpace(L"D:\\data"); }, files.errors, 3,
+                  L"GetDiskFreeSpaceEx", 94);
+
+    auto answer = [](const wchar_t* text) {
+        return [text](LPCWSTR, LCTYPE, LPWSTR data, int capacity) {
+            EXPECT_EQ(85, capacity);
+            wcscpy(data, text);
+            return static_cast<int>(wcslen(text) + 1);
+        };
+    };
+    EXPECT_CALL(sysInfo, GetLocaleInfoEx(nullptr, 0x72u, _, _)).WillOnce(answer(L"German"));
+    EXPECT_CALL(sysInfo, GetLocaleInfoEx(StrEq(L"!x-sys-default-locale"), 0x72u, _, _))
+        .WillOnce(answer(L"English (United States)"))
+        .WillOnce(Return(0));
+    EXPECT_EQ(L"German", information.GetLocaleName(false));
+    EXPECT_EQ(L"English (United States)", information.GetLocaleName(true));
+    ExpectFailure([&] { information.GetLocaleName(true); }, sysInfo.errors, 122, L"GetLocaleInfoEx",
+                  112);
+}
+
+TEST_F(SystemInformationTest, CurrentTimeIsTheSystemClockInTicksSince1970) {
+    const auto before = std::chrono::system_clock::now();
+    const SystemTime now = information.GetCurrentTime();
+    EXPECT_LE(std::chrono::time_point_cast<SystemTicks>(before), now);
+    EXPECT_GE(std::chrono::system_clock::now(), now);
+    EXPECT_GT(now.time_since_epoch().count(), 15778368000000000);  // after 2020-01-01
 }
 
 }  // namespace

@@ -4,10 +4,12 @@
 #include <stdexcept>
 #include <thread>
 
+#include "shared/ExceptionFamily.h"
 #include "shared/SystemInfo/WindowsManagementInstrumentationProxy.h"
+#include "shared/WindowsApi/ComInitializer.h"
 #include "shared/WindowsApi/WindowsComApi.h"
 #include "shared/WindowsApi/WindowsErrorHandlingApi.h"
-#include "support/TestData.h"
+#include "support/Thrown.h"
 #include "support/WindowsApiMocks.h"
 
 namespace OrvikPkg::SystemInfo {
@@ -46,13 +48,10 @@ TEST(WindowsManagementInstrumentationTest, ClassWithoutInstances) {
         WindowsApi::WindowsErrorHandlingApi errors;
         WindowsApi::WindowsComApi api(errors);
         const auto proxy = WindowsManagementInstrumentation(api).Connect();
-        try {
-            // No process has this identifier: the query finds no instance.
-            proxy->GetObject(L"Win32_Process WHERE ProcessId = 4294967290", {L"Name"});
-            FAIL() << "nothing was thrown";
-        } catch (const std::runtime_error& e) {
-            EXPECT_STREQ("Failed to get operating system", e.what());
-        }
+        // No process has this identifier: the query finds no instance.
+        const auto e = orvik::testing::Thrown<std::runtime_error>(
+            [&] { proxy->GetObject(L"Win32_Process WHERE ProcessId = 4294967290", {L"Name"}); });
+        EXPECT_STREQ("Failed to get operating system", e ? e->what() : "");
     }).join();
 }
 
@@ -66,14 +65,60 @@ TEST(WindowsManagementInstrumentationTest, FailedConnectionUndoesOwnComOnly) {
                                           ::testing::_))
             .WillOnce(::testing::Return(REGDB_E_CLASSNOTREG));
         EXPECT_CALL(api, CoUninitialize()).Times(initialised == S_OK ? 1 : 0);
-        const orvik::pkgshared::Exception e =
-            orvik::testing::Caught([&] { WindowsManagementInstrumentation(api).Connect(); });
-        EXPECT_EQ(L"CoCreateInstance(WbemLocator)", e.GetMessageArgument1());
-        EXPECT_STREQ(L"source\\shared\\SystemInfo\\WindowsManagementInstrumentationProxy",
-                     e.GetSourceFile());
-        EXPECT_EQ(37, e.GetLineNumber());
+        orvik::testing::ExpectThrows(
+            [&] { WindowsManagementInstrumentation(api).Connect(); },
+            {orvik::pkgshared::kWindowsFunctionErrorCode,
+             {std::to_wstring(REGDB_E_CLASSNOTREG), L"CoCreateInstance(WbemLocator)"},
+             L"source\\shared\\SystemInfo\\WindowsManagementInstrumentationProxy",
+             37});
     }
 }
 
 }  // namespace
 }  // namespace OrvikPkg::SystemInfo
+
+namespace OrvikPkg::WindowsApi {
+namespace {
+
+using ::testing::Return;
+using ::testing::StrictMock;
+
+using MockComApi = orvik::testing::MockComApi;
+
+// Uninitialises only what it initialised; other failures raise with the result.
+TEST(ComInitializerTest, UninitialisesOnlyWhatItInitialisedAndRaisesOtherFailures) {
+    for (const HRESULT result : {S_OK, S_FALSE, RPC_E_CHANGED_MODE, E_OUTOFMEMORY}) {
+        SCOPED_TRACE(result);
+        StrictMock<MockComApi> api;
+        EXPECT_CALL(api, CoInitializeEx(nullptr, 2u)).WillOnce(Return(result));
+        if (result == E_OUTOFMEMORY) {
+            orvik::testing::ExpectThrows([&] { ComInitializer guard(api); },
+                                         {orvik::pkgshared::kWindowsFunctionErrorCode,
+                                          {std::to_wstring(result), L"CoInitializeEx"},
+                                          L"source\\shared\\WindowsApi/ComInitializer",
+                                          43});
+            continue;
+        }
+        EXPECT_CALL(api, CoUninitialize()).Times(SUCCEEDED(result) ? 1 : 0);
+        EXPECT_EQ(SUCCEEDED(result), ComInitializer(api).Initialized());
+    }
+}
+
+TEST(WindowsComApiTest, AlwaysAsksForASingleThreadedApartment) {
+    // On a thread already in the multithreaded apartment the request for a
+    // single-threaded one is refused, whatever model is passed.
+    std::thread([] {
+        ASSERT_TRUE(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
+        WindowsErrorHandlingApi errors;
+        WindowsComApi api(errors);
+        EXPECT_EQ(RPC_E_CHANGED_MODE, api.CoInitializeEx(nullptr, COINIT_MULTITHREADED));
+        {
+            const ComInitializer guard(api);
+            EXPECT_FALSE(guard.Initialized());
+        }
+        ::CoUninitialize();
+    }).join();
+}
+
+}  // namespace
+}  // namespace OrvikPkg::WindowsApi
