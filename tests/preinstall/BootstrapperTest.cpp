@@ -1,166 +1,355 @@
+// The real bootstrapper template, run as setup.exe in the test's own folder (or packed into an
+// installer) with the recording child as "bin\Install.exe" and as the package manager.
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+#include <algorithm>
+#include <functional>
 #include <sstream>
 
-#include "BootstrapperFixture.h"
 #include "shared/ErrorMessage.h"
 #include "shared/utils/RegistryString.h"
+#include "support/ArchiveBuilder.h"
+#include "support/ChildProcess.h"
+#include "support/RegistryFixture.h"
+#include "support/TestData.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
 
-const std::string kInstall =
-    "install orvik-package-manager orvik-package-manager-upgrader "
-    "orvik-package-manager-released-feed ";
+namespace fs = boost::filesystem;
+namespace t = orvik::testing;
+using t::Quoted;
+using t::ReadBytes;
+using t::WriteBytes;
 
-// Every kind of run, end to end: the children started (program, or program
-// and exact parameters), the folder the first one runs in, the run's exit
-// code, and the code errorlog.txt gains (0: it stays as it was).
+const std::wstring kManagerKey = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
+const std::string kOnlineXml =
+    "<orvikpkgOnlineInstall schemaVersion=\"26.5.0.49297\"><downloadItem uri=\"https://x.invalid/"
+    "s.xml\"/><progressTitle value=\"Suite\"/></orvikpkgOnlineInstall>";
+
+// How a run ended: the children it started ("program|directory|parameters", with the run's
+// folder written {scratch} and its working directory {work}), what errorlog.txt gained and the
+// code in it (0: nothing), and how many working directories it left in the temporary folder.
+struct Outcome {
+    std::int32_t exitCode = 0, reported = 0;
+    std::string report;
+    int left = 0;
+    std::vector<std::string> children;
+};
+
+class BootstrapperTest : public ::testing::Test {
+protected:
+    void SetUp() override { UseFolder(L"run"); }
+    void TearDown() override {
+        ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", nullptr);
+        t::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
+    }
+    // Starts over in a new folder `name`: setup.exe is the template, no package manager.
+    void UseFolder(const std::wstring& name) {
+        base_ = scratch_ / name.c_str();
+        fs::create_directories(base_ / L"bin" / L"resources");
+        fs::copy_file(bin_ / L"preinstall.exe", base_ / L"setup.exe");
+        ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", (base_ / L"record").c_str());
+        t::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
+    }
+    // The recording child as the package manager: its program in the 32-bit view and, when
+    // given, its version in the 64-bit view.
+    fs::path InstallPackageManager(const wchar_t* version) {
+        const fs::path program = base_ / L"orvikpkg.exe";
+        fs::copy_file(bin_ / L"child_recorder.exe", program);
+        t::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableFullPath",
+                             program.wstring(), KEY_WOW64_32KEY);
+        if (version != nullptr) {
+            t::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableVersion", version,
+                                 KEY_WOW64_64KEY);
+        }
+        return program;
+    }
+    // The recording child as "bin\Install.exe" (with "bin\suite.dat" and
+    // "bin\resources\config.dat" for a suite); the children exit with `codes` in turn.
+    void InstallChild(const std::string& codes, bool suite = false) {
+        fs::copy_file(bin_ / L"child_recorder.exe", base_ / L"bin" / L"Install.exe");
+        WriteBytes(base_ / L"record.codes", codes);
+        if (suite) {
+            WriteBytes(base_ / L"bin" / L"suite.dat", "suite");
+            WriteBytes(base_ / L"bin" / L"resources" / L"config.dat", "config");
+        }
+    }
+    std::string TarGz(const std::vector<t::ArchiveItem>& items) {
+        EXPECT_TRUE(t::WriteArchive(base_ / L"made", t::Format::Tar, t::Filter::Gzip, items));
+        return ReadBytes(base_ / L"made");
+    }
+    // Packs setup.exe, forced, with `option` naming a file of `bytes`.
+    void Pack(const std::wstring& option, const std::string& bytes) {
+        WriteBytes(base_ / L"packed", bytes);
+        fs::remove(base_ / L"setup.exe");
+        const auto pack =
+            t::Pack(L"--template " + Quoted(bin_ / L"preinstall.exe") + L" --force " + option +
+                        Quoted(base_ / L"packed") + L" --output " + Quoted(base_ / L"setup.exe"),
+                    base_);
+        ASSERT_EQ(0, pack.exitCode) << pack.output;
+    }
+    int WorkingDirectories() const {
+        int count = 0;
+        for (fs::directory_iterator it(fs::temp_directory_path()), end; it != end; ++it) {
+            count += it->path().filename().string().rfind("orvikpkg_preinstall-", 0) == 0;
+        }
+        return count;
+    }
+    // A message box of the run is handed once to `onBox_`; without it, it fails the test.
+    bool Watch(const PROCESS_INFORMATION& p) {
+        for (HWND box = nullptr; (box = ::FindWindowExW(nullptr, box, L"#32770", nullptr));) {
+            DWORD owner = 0;
+            ::GetWindowThreadProcessId(box, &owner);
+            if (owner == p.dwProcessId && ::IsWindowVisible(box) && box != seen_) {
+                EXPECT_TRUE(onBox_) << "a message box appeared";
+                onBox_ ? onBox_(seen_ = box) : (void)::PostMessageW(seen_ = box, WM_CLOSE, 0, 0);
+            }
+        }
+        return ++rounds_ < 480;
+    }
+    // Runs setup.exe to its end (two minutes at most).
+    Outcome Bootstrap(const std::wstring& arguments) {
+        const std::string errors = ReadBytes(errorLog_);
+        const int left = WorkingDirectories();
+        rounds_ = 0;
+        const auto run = t::Run(Quoted(base_ / L"setup.exe") + L" " + arguments, base_,
+                                [this](const PROCESS_INFORMATION& p) { return Watch(p); });
+        EXPECT_LT(rounds_, 480) << "the run did not end";
+        Outcome out;
+        out.exitCode = run.exitCode;
+        out.report = ReadBytes(errorLog_).substr(errors.size());
+        out.left = WorkingDirectories() - left;
+        const size_t code = out.report.find("Error code: ");
+        out.reported =
+            code != std::string::npos ? std::atoi(&out.report[code + 12]) : !out.report.empty();
+        const std::string base = pkgshared::WideToUtf8(base_.wstring());
+        std::istringstream in(ReadBytes(base_ / L"record"));
+        for (std::string line; std::getline(in, line); out.children.push_back(line)) {
+            // The command line's program, quoted or not, goes.
+            const size_t bar = line.find('|', line.find('|') + 1) + 1;
+            const size_t end = line[bar] == '"' ? line.find('"', bar + 1) + 1 : line.find(' ', bar);
+            line = line.substr(0, bar) + (end < line.size() ? line.substr(end + 1) : "");
+            for (size_t at; (at = line.find(base)) != std::string::npos;) {
+                line.replace(at, base.size(), "{scratch}");
+            }
+            for (size_t at; (at = line.find("orvikpkg_preinstall-")) != std::string::npos;) {
+                const size_t start = line.find_last_of("|\"", at) + 1;
+                line.replace(start, line.find_first_of("\\\"|", at) - start, "{work}");
+            }
+        }
+        fs::remove(base_ / L"record");
+        return out;
+    }
+
+    t::ScratchDirectory scratch_;
+    const fs::path bin_ = t::BinDirectory();
+    const fs::path errorLog_ = fs::path(_wgetenv(L"LOCALAPPDATA")) /
+                               L"Calvenna\\Orvik Package Manager\\Logs\\errorlog.txt";
+    fs::path base_;
+    std::function<void(HWND)> onBox_;
+    HWND seen_ = nullptr;
+    int rounds_ = 0;
+};
+
+// Every kind of run, end to end: the run's exit code, the code errorlog.txt gains, and the
+// children started, each by a prefix: program, directory and the start of its parameters.
 TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
-    const fs::path payload = scratch_ / L"payload-source", xml = scratch_ / L"online.xml";
-    fs::create_directories(payload);
-    fs::copy_file(bin_ / L"child_recorder.exe", payload / L"Install.exe");
-    WriteBytes(payload / L"suite.dat", "suite");
-    WriteBytes(xml,
-               "<orvikpkgOnlineInstall schemaVersion=\"26.5.0.49297\"><downloadItem "
-               "uri=\"https://example.invalid/suite.xml\"/><progressTitle value=\"Suite\"/>"
-               "</orvikpkgOnlineInstall>");
+    enum {
+        kSuite = 1,
+        kManager = 2,
+        kOldManager = 4,
+        kPayload = 8,
+        kOnline = 16,
+        kWindows1511 = 32
+    };
     struct Row {
-        const char* name;
-        const char* codes;       // of the children in turn; null: no "bin\Install.exe"
-        bool suite;              // "bin\suite.dat" beside it
-        const wchar_t* manager;  // installed package manager's version; null: none
-        std::wstring pack;       // packing arguments; empty: the bare template
+        const char* codes;  // of the children in turn; null: no "bin\Install.exe"
+        int kind;
         std::wstring arguments;
         std::int32_t exitCode, reported;
-        const char* directory;
         std::vector<std::string> children;
     };
-    const std::wstring online = L"--online-install " + Quoted(xml);
-    const std::string bin = "{scratch}\\bin", suite = "install-suite suite.dat --passive ";
-    // clang-format off
+    const std::string in = "Install.exe|", bin = in + "{scratch}\\bin|", pm = "orvikpkg.exe|",
+                      work = in + "{work}\\payload|install orvik-package-manager ",
+                      product = bin + "install-suite suite.dat --passive --install-orvikpm-with";
     const Row rows[] = {
-        {"plain", "1234", false, nullptr, L"", L"--passive extra", 1234, -126308, bin.c_str(), {"Install.exe"}},
-        // The mode is chosen from the folder beside the program, before the
-        // payload (which holds a suite.dat) is extracted.
-        {"payload", "55", false, nullptr, L"--payload-dir " + Quoted(payload), L"--passive extra", 55, -126308, "preinstall-",
-         {"Install.exe " + kInstall + "launch orvik-package-manager --passive --prevent-reboot "
-          "--config=\"{config}\" --update-feeds --force-essential --force-locked"}},
-        {"obsolete /q", "0", false, nullptr, L"", L"/q", -126318, -126318, "", {}},
-        {"obsolete option", "0", false, nullptr, L"", L"--passive --bootstrapper", -126318, -126318, "", {}},
-        {"no installer", nullptr, false, nullptr, L"", L"--quiet", -126304, -126304, "", {}},
-        {"reboot needed", "-125071", false, nullptr, L"", L"--passive", -125071, 0, "", {"Install.exe"}},
-        {"newer manager needed", "-125818", false, nullptr, L"", L"--passive", -125818, 0, "", {"Install.exe"}},
-        {"cancelled", "-125029", false, nullptr, L"", L"--passive", -125029, 0, "", {"Install.exe"}},
-        {"suite", "0,0", true, L"99.0", L"", L"--quiet --no-winquel-mutex --custom", 0, 0, bin.c_str(),
-         {"Install.exe", "orvikpkg.exe"}},
-        {"suite, every option", "0,0", true, L"99.0", L"", L"--autoinstall-orvikpkg --accept-eulas "
-         L"--prevent-reboot --hide-completion --no-winquel-mutex --passive --passive x=1", 0, 0, bin.c_str(),
-         {"Install.exe " + kInstall + "--hide-completion --passive --prevent-reboot --config=\"{config}\" "
-          "--no-winquel-mutex --update-feeds --force-essential --force-locked",
-          "orvikpkg.exe " + suite + "--accept-eulas --prevent-reboot --hide-completion --no-winquel-mutex "
-          "--custom-resource-config=\"{scratch}\\bin\\resources\\config.dat\" --config=\"{config}\" --passive x=1"}},
-        // A manager without a recorded version is older: the carried installer
-        // tries with the product first, and asks for a newer manager.
-        {"older manager", "-125818,0,7", true, L"", L"", L"--passive", 7, -126309, "",
-         {"Install.exe " + suite + "--install-orvikpm-with-product --update-feeds --custom-resource-config="
-          "\"{scratch}\\bin\\resources\\config.dat\" --config=\"{config}\"",
-          "Install.exe", "orvikpkg.exe"}},
-        {"suite needs a reboot", "-125071", true, L"99.0", L"", L"--passive", -126300, 0, "", {"Install.exe"}},
+        {"1234", 0, L"--passive", 1234, -126308, {bin}},
+        // The mode comes from the folder beside the program, before the payload is extracted.
+        {"55", kPayload, L"--passive", 55, -126308, {work}},
+        {"0", 0, L"/q", -126318, -126318, {}},
+        {nullptr, 0, L"--quiet", -126304, -126304, {}},
+        {"0", kWindows1511, L"--passive", -126359, -126359, {}},
+        {"-125071", 0, L"--passive", -125071, 0, {in}},
+        {"-125818", 0, L"--passive", -125818, 0, {in}},
+        {"-125029", 0, L"--passive", -125029, 0, {in}},
+        {"0,0", kSuite | kManager, L"--accept-eulas --passive", 0, 0, {bin + "install orvik", pm}},
+        // A manager without a version is older: the installer tries with the product first.
+        {"-125818,0,7", kSuite | kOldManager, L"--passive", 7, -126309, {product, in, pm}},
+        {"-125071", kSuite | kManager, L"--passive", -126300, 0, {in}},
         // No reboot question without --passive or --quiet either: a box fails the row.
-        {"reboot prevented", "-125071", true, L"99.0", L"", L"--prevent-reboot", -126300, 0, "", {"Install.exe"}},
-        {"online", "0,0", false, L"99.0", online, L"--passive --accept-eulas", 0, 0, "",
-         {"Install.exe", "orvikpkg.exe --uri=https://example.invalid/suite.xml --passive --accept-eulas"}},
+        {"-125071", kSuite | kManager, L"--prevent-reboot", -126300, 0, {in}},
+        {"0,0", kOnline | kManager, L"--passive", 0, 0, {in, pm}},
     };
-    // clang-format on
+    const std::wstring windows = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
+    const auto build =
+        pkgshared::ReadRegistryString(HKEY_LOCAL_MACHINE, windows.c_str(), L"CurrentBuildNumber");
+    ASSERT_TRUE(build);
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(&row - rows);
         UseFolder(L"row" + std::to_wstring(&row - rows));
-        orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
-        if (!row.pack.empty()) {
-            ASSERT_NO_FATAL_FAILURE(Pack(row.pack));
+        if (row.kind & kPayload) {
+            const std::string child = ReadBytes(bin_ / L"child_recorder.exe");
+            ASSERT_NO_FATAL_FAILURE(
+                Pack(L"--payload ", TarGz({{"Install.exe", child, 0755}, {"suite.dat", "s"}})));
+        }
+        if (row.kind & kOnline) {
+            ASSERT_NO_FATAL_FAILURE(Pack(L"--online-install ", kOnlineXml));
         }
         if (row.codes != nullptr) {
-            InstallChild(row.codes, row.suite);
+            InstallChild(row.codes, row.kind & kSuite);
         }
-        if (row.manager != nullptr) {
-            InstallPackageManager(*row.manager != L'\0' ? row.manager : nullptr);
+        if (row.kind & (kManager | kOldManager)) {
+            InstallPackageManager(row.kind & kManager ? L"99.0" : nullptr);
         }
+        t::SetRegistryString(HKEY_LOCAL_MACHINE, windows, L"CurrentBuildNumber",
+                             row.kind & kWindows1511 ? L"14392" : *build, 0);
         const Outcome run = Bootstrap(row.arguments);
-        EXPECT_EQ(row.exitCode, run.exitCode) << run.output;
+        t::SetRegistryString(HKEY_LOCAL_MACHINE, windows, L"CurrentBuildNumber", *build, 0);
+        EXPECT_EQ(row.exitCode, run.exitCode);
+        EXPECT_EQ(row.reported, run.reported) << run.report;
         EXPECT_EQ(0, run.left);
-        ExpectReported(run.report, row.reported);
-        ASSERT_EQ(row.children.size(), run.records.size());
-        for (size_t i = 0; i < run.records.size(); ++i) {
-            const Record& child = run.records[i];
-            const bool exact = row.children[i].find(' ') != std::string::npos;
-            EXPECT_EQ(row.children[i],
-                      exact ? child.program + " " + Normalized(child.parameters) : child.program);
-        }
-        if (!run.records.empty()) {
-            EXPECT_NE(std::string::npos, Normalized(run.records[0].directory).find(row.directory))
-                << run.records[0].directory;
+        ASSERT_EQ(row.children.size(), run.children.size());
+        for (size_t i = 0; i < run.children.size(); ++i) {
+            EXPECT_EQ(row.children[i], run.children[i].substr(0, row.children[i].size()));
         }
     }
 }
 
-// The run's own log: named after the time and the process, one event a line;
-// the error report says where the run failed.
-TEST_F(BootstrapperTest, FailedRunIsLoggedAndReported) {
-    const Outcome result = Bootstrap(L"--quiet");
-    for (const char* piece : {"Exception in PreInstall::ReportError. Error code: -126304",
-                              "Preinstall threw an exception", "File: source\\preinstall\\Main"}) {
-        EXPECT_NE(std::string::npos, result.report.find(piece)) << result.report;
-    }
-    fs::path log;
-    const std::wstring suffix = L"_" + std::to_wstring(result.processId) + L".txt";
-    for (fs::directory_iterator it(DefaultLogs() / L"OrvikPkgLogs"), end; it != end; ++it) {
-        const std::wstring name = it->path().filename().wstring();
-        if (name.rfind(L"OrvikPkgLog_", 0) == 0 && name.size() > suffix.size() &&
-            name.substr(name.size() - suffix.size()) == suffix) {
-            log = it->path();
-        }
-    }
-    ASSERT_FALSE(log.empty());
-    std::istringstream lines(ReadBytes(log));
-    int count = 0;
-    for (std::string line; std::getline(lines, line); ++count) {
-        EXPECT_EQ(' ', line[15]) << line;
-        EXPECT_NE(std::string::npos, line.find(": ", 16)) << line;
-    }
-    EXPECT_GE(count, 3);
-}
-
-TEST_F(BootstrapperTest, WindowsOlderThan1607IsRefused) {
-    InstallChild("0");
-    const std::wstring key = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
-    const auto original = orvik::pkgshared::ReadRegistryString(HKEY_LOCAL_MACHINE, key.c_str(),
-                                                               L"CurrentBuildNumber");
-    ASSERT_TRUE(original);
-    orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"CurrentBuildNumber", L"14392", 0);
-    const Outcome result = Bootstrap(L"--passive");
-    orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"CurrentBuildNumber", *original, 0);
-    EXPECT_EQ(-126359, result.exitCode);
-    EXPECT_TRUE(result.records.empty());
-}
-
+// Without --passive or --quiet the error is shown in a box with an OK button only.
 TEST_F(BootstrapperTest, InteractiveErrorsAreShownInAMessageBox) {
     std::wstring text(1024, L'\0');
-    bool ok = false, cancel = true;
-    const Outcome result = Bootstrap(L"", [&](HWND box) {
+    bool buttons = false;
+    onBox_ = [&](HWND box) {
         text.resize(::GetDlgItemTextW(box, 0xFFFF, text.data(), 1024));  // the text control
-        ok = ::GetDlgItem(box, IDOK) != nullptr;
-        cancel = ::GetDlgItem(box, IDCANCEL) != nullptr;
+        buttons = ::GetDlgItem(box, IDOK) && !::GetDlgItem(box, IDCANCEL);
         ::PostMessageW(box, WM_COMMAND, IDOK, 0);
-    });
-    EXPECT_EQ(orvik::pkgshared::FormatErrorMessage(-126304, 0,
-                                                   (base_ / L"bin" / L"Install.exe").wstring()),
+    };
+    const Outcome result = Bootstrap(L"");
+    EXPECT_EQ(pkgshared::FormatErrorMessage(-126304, 0, (base_ / L"bin\\Install.exe").wstring()),
               text);
-    EXPECT_TRUE(ok);
-    EXPECT_FALSE(cancel);
+    EXPECT_TRUE(buttons);
     EXPECT_EQ(-126304, result.exitCode);
+}
+
+using FaultTest = BootstrapperTest;
+
+// Each fault, run with --quiet: the exit code, the code errorlog.txt gains, how many children
+// started, and for a temporary folder of its own (TMP and TEMP) that nothing is made or left there.
+TEST_F(FaultTest, EveryFaultEndsWithItsCodeAndLeavesNothing) {
+    const std::string good = TarGz({{"Install.exe", t::RandomBytes(400000, 1), 0755}}),
+                      half = good.substr(0, good.size() / 2),
+                      unclosed = "<orvikpkgOnlineInstall schemaVersion=\"26.5\">",
+                      big =
+                          TarGz({{"Install.exe", "MZ", 0755}, {"big", std::string(3000000, 'z')}});
+    const std::int32_t crash = static_cast<std::int32_t>(EXCEPTION_ACCESS_VIOLATION);
+    const char* readOnly = std::getenv("ORVIK_READONLY_FS");  // mounted by the test run as root
+    const char* tiny = std::getenv("ORVIK_TINY_FS");          // 1 MiB, mounted likewise
+    const fs::path blocker = scratch_ / L"blocker";
+    WriteBytes(blocker, "a file");
+    const struct {
+        int manager;  // 1: installed; 2: its orvikpkg.ini puts the logs under a file (the run goes
+                      // on)
+        const wchar_t* option;  // packed with a file of `bytes`
+        std::string bytes;
+        const char* codes;  // null: no "bin\Install.exe"
+        std::wstring temp;  // empty: the usual one; "-": a file system that is not mounted
+        std::int32_t exitCode, reported;
+        size_t children;
+    } rows[] = {
+        {0, L"--payload ", half, nullptr, L"", -125213, -125213, 0},
+        {0, L"--payload ", TarGz({{"readme.txt", "text"}}), nullptr, L"", -126304, -126304, 0},
+        {1, L"--online-install ", unclosed, nullptr, L"", -126312, -126312, 0},
+        {0, nullptr, "", "crash", L"", crash, -126308, 1},
+        {0, nullptr, "", "0", readOnly ? t::WinePath(readOnly) : L"-", -125098, -125098, 0},
+        // Passed over for the next folder the system offers.
+        {0, nullptr, "", "0", (scratch_ / L"gone" / L"tmp").wstring(), 0, 0, 1},
+        // A few kilobytes packed, 3 MB unpacked: the archive fits, its contents do not.
+        {0, L"--payload ", big, nullptr, tiny ? t::WinePath(tiny) : L"-", -125121, -125121, 0},
+        {2, nullptr, "", "0,0", L"", 0, 0, 1},
+    };
+    // No crash dialog from Wine's debugger: a crashing child just ends.
+    t::SetRegistryValue(HKEY_CURRENT_USER, L"Software\\Wine\\WineDbg", L"ShowCrashDialog",
+                        REG_DWORD, "\0\0\0\0", 4, 0);
+    std::wstring tmp(32767, L'\0'), temp = tmp;
+    tmp.resize(::GetEnvironmentVariableW(L"TMP", tmp.data(), 32767));
+    temp.resize(::GetEnvironmentVariableW(L"TEMP", temp.data(), 32767));
+    const auto setTemp = [](const std::wstring& tmp, const std::wstring& temp) {
+        ::SetEnvironmentVariableW(L"TMP", tmp.empty() ? nullptr : tmp.c_str());
+        ::SetEnvironmentVariableW(L"TEMP", temp.empty() ? nullptr : temp.c_str());
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        if (row.temp == L"-") {
+            std::cout << "[ SKIPPED  ] row " << &row - rows << ": its file system is not mounted\n";
+            continue;
+        }
+        UseFolder(L"row" + std::to_wstring(&row - rows));
+        if (row.manager != 0) {
+            InstallPackageManager(L"26.5.0.10");
+        }
+        if (row.manager == 2) {
+            t::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"Path", base_.wstring(),
+                                 KEY_WOW64_32KEY);
+            WriteBytes(base_ / L"orvikpkg.ini",
+                       "[Settings]\r\nlogs-directory=" + (blocker / L"logs").string());
+        }
+        if (row.option != nullptr) {
+            ASSERT_NO_FATAL_FAILURE(Pack(row.option, row.bytes));
+        }
+        if (row.codes != nullptr) {
+            InstallChild(row.codes);
+        }
+        const fs::path folder(row.temp);
+        const auto held = [&] {
+            return fs::exists(folder) ? std::distance(fs::directory_iterator(folder), {}) : -1;
+        };
+        const auto before = held();
+        setTemp(row.temp.empty() ? tmp : row.temp, row.temp.empty() ? temp : row.temp);
+        const Outcome run = Bootstrap(L"--quiet");
+        setTemp(tmp, temp);
+        EXPECT_EQ(row.exitCode, run.exitCode);
+        EXPECT_EQ(row.reported, run.reported) << run.report;
+        EXPECT_EQ(row.children, run.children.size());
+        EXPECT_EQ(0, run.left);
+        EXPECT_EQ(before, held());
+    }
+    EXPECT_FALSE(fs::exists(blocker / L"logs"));
+}
+
+// In a suite run the manager is launched from the path the registry holds; a value that is not a
+// string counts as absent, so the launch fails naming the value, even when its bytes spell a path.
+TEST_F(FaultTest, RegistryValuesOfTheWrongKindCountAsAbsent) {
+    const std::string absent =
+        pkgshared::WideToUtf8(pkgshared::FormatErrorMessage(-126304, 0, L"GUIExecutableFullPath"));
+    for (const DWORD type : {REG_SZ, REG_DWORD, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY}) {
+        SCOPED_TRACE(type);
+        UseFolder(L"type" + std::to_wstring(type));
+        InstallChild("0,0", true);
+        // The path ended twice, as a REG_MULTI_SZ would be; or a number.
+        const std::wstring path = InstallPackageManager(L"99.0").wstring() + L'\0';
+        const DWORD number = 7;
+        t::SetRegistryValue(HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableFullPath", type,
+                            type == REG_DWORD ? static_cast<const void*>(&number) : path.c_str(),
+                            type == REG_DWORD ? 4 : static_cast<DWORD>(path.size() * 2 + 2),
+                            KEY_WOW64_32KEY);
+        const Outcome run = Bootstrap(L"--quiet");
+        EXPECT_EQ(type == REG_SZ ? 0 : -126304, run.exitCode);
+        EXPECT_EQ(type == REG_SZ ? 2u : 1u, run.children.size());
+        EXPECT_EQ(type != REG_SZ, run.report.find(absent) != std::string::npos);
+    }
 }
 
 }  // namespace

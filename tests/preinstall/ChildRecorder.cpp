@@ -1,9 +1,9 @@
-// Stands in for "Install.exe" and the package manager in end-to-end tests.
-// Appends one UTF-8 line "<name>|<current directory>|<command line>" to the
-// file named by ORVIK_RECORD_FILE, then exits with the next code of the
-// comma-separated list in the file ORVIK_RECORD_FILE.codes, which it takes off
-// the list (0 when none is left; the word "crash" instead of a code makes it
-// die of an unhandled access violation).
+// Stands in for "Install.exe" and the package manager: appends one UTF-8 line
+// "<name>|<current directory>|<command line>" to the file ORVIK_RECORD_FILE names, then exits with
+// the next code of the comma-separated list in the file ORVIK_RECORD_FILE.codes, taking it off
+// (0 when none is left; "crash" dies of an access violation).
+// As "child_recorder.exe --launch PROGRAM [ARGUMENTS...]": starts PROGRAM without a console of its
+// own (so that it can attach to this one's), waits for it and prints "exit code: <code>".
 #include <windows.h>
 
 #include <cstdio>
@@ -12,18 +12,24 @@
 #include "shared/TextConversion.h"
 #include "shared/utils/FileBytes.h"
 
-namespace {
-
-void Write(const std::wstring& file, const wchar_t* mode, const std::string& bytes) {
-    if (std::FILE* out = _wfopen(file.c_str(), mode)) {
-        std::fwrite(bytes.data(), 1, bytes.size(), out);
-        std::fclose(out);
+int wmain(int argc, wchar_t** argv) {
+    if (argc > 2 && std::wstring(argv[1]) == L"--launch") {
+        std::wstring line = L"\"" + std::wstring(argv[2]) + L"\"";
+        for (int i = 3; i < argc; ++i) {
+            line += L" " + std::wstring(argv[i]);
+        }
+        STARTUPINFOW startup{};
+        startup.cb = sizeof(startup);
+        PROCESS_INFORMATION process{};
+        DWORD code = 1;
+        if (::CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS,
+                             nullptr, nullptr, &startup, &process)) {
+            ::WaitForSingleObject(process.hProcess, INFINITE);
+            ::GetExitCodeProcess(process.hProcess, &code);
+        }
+        std::printf("\nexit code: %ld\n", static_cast<long>(code));
+        return 0;
     }
-}
-
-}  // namespace
-
-int wmain() {
     wchar_t record[4096] = {}, module[MAX_PATH] = {}, directory[MAX_PATH] = {};
     const DWORD length = ::GetEnvironmentVariableW(L"ORVIK_RECORD_FILE", record, 4096);
     if (length == 0 || length >= 4096) {
@@ -31,16 +37,22 @@ int wmain() {
     }
     ::GetModuleFileNameW(nullptr, module, MAX_PATH);
     ::GetCurrentDirectoryW(MAX_PATH, directory);
-    const std::wstring name = module;
-    Write(record, L"ab",
-          orvik::pkgshared::WideToUtf8(name.substr(name.find_last_of(L'\\') + 1) + L"|" +
-                                       directory + L"|" + ::GetCommandLineW() + L"\n"));
-    const std::wstring codesFile = std::wstring(record) + L".codes";
+    const std::wstring name = module, codesFile = std::wstring(record) + L".codes";
     std::string codes;
     orvik::pkgshared::ReadFileBytes(codesFile, codes);
     const size_t comma = codes.find(',');
-    const std::string next = codes.substr(0, comma);
-    Write(codesFile, L"wb", comma == std::string::npos ? "" : codes.substr(comma + 1));
+    const std::string next = codes.substr(0, comma),
+                      line = orvik::pkgshared::WideToUtf8(
+                          name.substr(name.find_last_of(L'\\') + 1) + L"|" + directory + L"|" +
+                          ::GetCommandLineW() + L"\n");
+    if (std::FILE* out = _wfopen(record, L"ab")) {
+        std::fwrite(line.data(), 1, line.size(), out);
+        std::fclose(out);
+    }
+    if (std::FILE* out = _wfopen(codesFile.c_str(), L"wb")) {
+        std::fputs(comma == std::string::npos ? "" : codes.c_str() + comma + 1, out);
+        std::fclose(out);
+    }
     if (next == "crash") {
         ::RaiseException(EXCEPTION_ACCESS_VIOLATION, EXCEPTION_NONCONTINUABLE, 0, nullptr);
     }

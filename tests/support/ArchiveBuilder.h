@@ -1,5 +1,4 @@
 #pragma once
-// Builds real archives for tests with libarchive's writer.
 #include <gtest/gtest.h>
 
 #include <archive.h>
@@ -15,17 +14,15 @@
 
 namespace orvik::testing {
 
-// An entry: a directory when `name` (UTF-8, like every text here) ends with
-// '/'; a symbolic link to `symlink` or a hard link to the entry `hardlink`
-// when given; otherwise a regular file of `data`.
+// A directory when `name` (UTF-8) ends with '/'; a symbolic link to `symlink` or a hard link to
+// the entry `hardlink` when given; otherwise a regular file of `data`.
 struct ArchiveItem {
-    ArchiveItem(std::string name, std::string data, int mode = 0644, std::string symlink = {},
-                std::string hardlink = {})
-        : name(std::move(name)),
-          data(std::move(data)),
-          mode(mode),
-          symlink(std::move(symlink)),
-          hardlink(std::move(hardlink)) {}
+    ArchiveItem(std::string n, std::string d, int m = 0644, std::string s = {}, std::string h = {})
+        : name(std::move(n)),
+          data(std::move(d)),
+          mode(m),
+          symlink(std::move(s)),
+          hardlink(std::move(h)) {}
     std::string name, data;
     int mode;
     std::string symlink, hardlink;
@@ -34,7 +31,7 @@ struct ArchiveItem {
 enum class Format { Tar, Ar, Raw };
 enum class Filter { None, Gzip, Zstd };
 
-// Writes `items` as an archive file; returns false when libarchive refused.
+// Writes `items` as an archive file with libarchive; returns false when it refused.
 inline bool WriteArchive(const boost::filesystem::path& file, Format format, Filter filter,
                          const std::vector<ArchiveItem>& items) {
     archive* a = archive_write_new();
@@ -47,14 +44,13 @@ inline bool WriteArchive(const boost::filesystem::path& file, Format format, Fil
     setFormat[static_cast<int>(format)](a);
     addFilter[static_cast<int>(filter)](a);
     bool ok = archive_write_open_filename_w(a, file.wstring().c_str()) == ARCHIVE_OK;
-    for (const ArchiveItem& item : items) {
-        if (!ok) {
-            break;
-        }
-        archive_entry* entry = archive_entry_new();
-        // The wide form: on Windows the C runtime has no UTF-8 locale.
-        archive_entry_copy_pathname_w(entry, pkgshared::Utf8ToWide(item.name).c_str());
+    for (size_t i = 0; ok && i < items.size(); ++i) {
+        const ArchiveItem& item = items[i];
         const bool directory = !item.name.empty() && item.name.back() == '/';
+        const size_t size = directory ? 0 : item.data.size();
+        archive_entry* entry = archive_entry_new();
+        // The wide forms: on Windows the C runtime has no UTF-8 locale.
+        archive_entry_copy_pathname_w(entry, pkgshared::Utf8ToWide(item.name).c_str());
         archive_entry_set_filetype(entry, directory               ? AE_IFDIR
                                           : !item.symlink.empty() ? AE_IFLNK
                                                                   : AE_IFREG);
@@ -65,23 +61,15 @@ inline bool WriteArchive(const boost::filesystem::path& file, Format format, Fil
             archive_entry_copy_hardlink_w(entry, pkgshared::Utf8ToWide(item.hardlink).c_str());
         }
         archive_entry_set_perm(entry, directory ? 0755 : item.mode);
-        archive_entry_set_size(entry, directory ? 0 : static_cast<la_int64_t>(item.data.size()));
+        archive_entry_set_size(entry, static_cast<la_int64_t>(size));
         archive_entry_set_mtime(entry, 1700000000, 0);
-        const int header = archive_write_header(a, entry);
-        const la_ssize_t written = directory || item.data.empty()
-                                       ? 0
-                                       : archive_write_data(a, item.data.data(), item.data.size());
-        ok = header == ARCHIVE_OK &&
-             written == static_cast<la_ssize_t>(directory ? 0 : item.data.size());
-        if (!ok) {
-            ADD_FAILURE() << item.name << ": header " << header << ", wrote " << written;
-        }
+        ok = archive_write_header(a, entry) == ARCHIVE_OK &&
+             (size == 0 ||
+              archive_write_data(a, item.data.data(), size) == static_cast<la_ssize_t>(size));
         archive_entry_free(entry);
     }
     ok = archive_write_close(a) == ARCHIVE_OK && ok;
-    if (!ok) {
-        ADD_FAILURE() << "libarchive: " << (archive_error_string(a) ? archive_error_string(a) : "");
-    }
+    EXPECT_TRUE(ok) << "libarchive: " << (archive_error_string(a) ? archive_error_string(a) : "");
     archive_write_free(a);
     return ok;
 }

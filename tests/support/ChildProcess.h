@@ -1,5 +1,4 @@
 #pragma once
-// Runs a program of the build and collects what it wrote.
 #include <windows.h>
 
 #include <functional>
@@ -27,8 +26,7 @@ struct ChildResult {
     std::string output;  // standard output and standard error together
 };
 
-// Runs `commandLine` (program first, quoted as needed) to its end. While it
-// runs, `watch` (when given) is called with the process every 250 ms of
+// Runs `commandLine` to its end. While it runs, `watch` (when given) is called every 250 ms of
 // waiting; when it returns false the process is ended with exit code -1.
 inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem::path& scratch,
                        const std::function<bool(const PROCESS_INFORMATION&)>& watch = {}) {
@@ -43,26 +41,25 @@ inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem:
         startup.cb = sizeof(startup);
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdOutput = startup.hStdError = out.get();
-        PROCESS_INFORMATION process{};
+        PROCESS_INFORMATION p{};
         std::wstring line = commandLine;
         if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
-                              nullptr, nullptr, &startup, &process)) {
-            result.output = "CreateProcessW failed";
+                              nullptr, nullptr, &startup, &p)) {
             return result;
         }
-        result.processId = process.dwProcessId;
-        const pkgshared::UniqueHandle processHandle(process.hProcess), thread(process.hThread);
-        while (::WaitForSingleObject(process.hProcess, watch ? 250 : INFINITE) == WAIT_TIMEOUT) {
-            if (!watch(process)) {
-                ::TerminateProcess(process.hProcess, static_cast<UINT>(-1));
+        result.processId = p.dwProcessId;
+        const pkgshared::UniqueHandle process(p.hProcess), thread(p.hThread);
+        while (::WaitForSingleObject(p.hProcess, watch ? 250 : INFINITE) == WAIT_TIMEOUT) {
+            if (!watch(p)) {
+                ::TerminateProcess(p.hProcess, static_cast<UINT>(-1));
             }
         }
         DWORD code = 0;
-        ::GetExitCodeProcess(process.hProcess, &code);
+        ::GetExitCodeProcess(p.hProcess, &code);
         result.exitCode = static_cast<std::int32_t>(code);
     }
     result.output = ReadBytes(log);
-    return result;  // the log goes with the scratch folder
+    return result;
 }
 
 // Runs the build's packing tool with `arguments`.

@@ -1,5 +1,4 @@
 #pragma once
-// Small helpers shared by the tests.
 #include <cstdint>
 #include <functional>
 #include <random>
@@ -27,16 +26,6 @@ inline std::int32_t CodeOf(const std::function<void()>& action) {
         return e.GetErrorCode();
     }
     return 0;
-}
-
-// A copy of the Exception `action` throws; code 0 when it throws none.
-inline pkgshared::Exception Caught(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const pkgshared::Exception& e) {
-        return e;
-    }
-    return pkgshared::Exception(0, nullptr, 0);
 }
 
 }  // namespace orvik::testing

@@ -1,10 +1,7 @@
-// A stand-in for the bootstrapper in packing tests: reads its own
-// resources as the bootstrapper does and unpacks the payload.
-//
-// Usage: payload_probe.exe WORKING_DIRECTORY
-// Writes "online.txt" (URI and title, UTF-8) when the online-install
-// description is present, unpacks the payload into WORKING_DIRECTORY\payload
-// and exits 0, or exits with the error's code.
+// Stands in for the bootstrapper in packing tests. Usage: payload_probe.exe WORKING_DIRECTORY
+// Reads its own resources as the bootstrapper does: writes "online.txt" (URI and title, UTF-8)
+// for an online-install description, unpacks the payload into WORKING_DIRECTORY\payload and
+// exits 0, or exits with the error's code.
 #include <cstdio>
 #include <string>
 
@@ -23,13 +20,15 @@ int wmain(int argc, wchar_t** argv) {
     try {
         OnlineInstallInformation information;
         information.Load(NamedDataResource(L"ORVIKPKG_ONLINE_INSTALL"));
-        if (information.present) {
-            const std::string text = orvik::pkgshared::WideToUtf8(
-                information.downloadItemUri + L"\n" + information.progressTitle);
-            if (std::FILE* out = _wfopen((working.Path() / L"online.txt").c_str(), L"wb")) {
-                std::fwrite(text.data(), 1, text.size(), out);
-                std::fclose(out);
-            }
+        std::FILE* out = information.present
+                             ? _wfopen((working.Path() / L"online.txt").c_str(), L"wb")
+                             : nullptr;
+        if (out != nullptr) {
+            std::fprintf(out, "%s",
+                         orvik::pkgshared::WideToUtf8(information.downloadItemUri + L"\n" +
+                                                      information.progressTitle)
+                             .c_str());
+            std::fclose(out);
         }
         const NamedDataResource payload(L"ORVIKPKG_PAYLOAD");
         if (payload.Exists()) {

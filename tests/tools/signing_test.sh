@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# A packed installer signed with a throwaway code-signing certificate
-# verifies (the unsigned one does not) and still runs its payload under Wine.
-# Usage: signing_test.sh BUILD_DIR
+# A packed installer signed with a throwaway code-signing certificate verifies (the unsigned one
+# does not) and still runs its payload under Wine. Usage: signing_test.sh BUILD_DIR
 set -euo pipefail
 build=$(cd "$1" && pwd)
 mkdir -p "$build/test-scratch"
@@ -9,7 +8,6 @@ scratch=$(mktemp -d "$build/test-scratch/signing-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 fail() { echo "FAIL: $1"; cat record.txt 2>/dev/null || true; exit 1; }
-
 openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out cert.pem -days 2 \
   -subj "/CN=Orvik Throwaway Test Signing" -addext "extendedKeyUsage=codeSigning" \
   -addext "keyUsage=digitalSignature" 2>/dev/null
@@ -23,9 +21,7 @@ osslsigncode sign -certs cert.pem -key key.pem -n "Orvik test installer" -h sha2
   -in unsigned.exe -out signed.exe >/dev/null
 osslsigncode verify -CAfile cert.pem -in signed.exe | grep -q "Signature verification: ok" ||
   fail "the signed installer does not verify"
-
-# The carried Install.exe records its command line and exits with 7, which
-# cmd passes on as its own exit status.
+# The carried Install.exe records its start and exits with 7, which cmd prints.
 export ORVIK_RECORD_FILE="Z:${scratch//\//\\}\\record.txt"
 printf 7 >record.txt.codes
 code=$("$build/wine-run" cmd /c "signed.exe --passive & echo %ERRORLEVEL%" | tr -d '\r' | tail -n 1) || true
