@@ -42,10 +42,7 @@ struct Outcome {
 class BootstrapperTest : public ::testing::Test {
 protected:
     void SetUp() override { UseFolder(L"run"); }
-    void TearDown() override {
-        ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", nullptr);
-        t::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
-    }
+    void TearDown() override { t::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna"); }
     // Starts over in a new folder `name`: setup.exe is the template, no package manager.
     void UseFolder(const std::wstring& name) {
         base_ = scratch_ / name.c_str();
@@ -54,8 +51,8 @@ protected:
         ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", (base_ / L"record").c_str());
         t::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
     }
-    // The recording child as the package manager: its program in the 32-bit view and, when
-    // given, its version in the 64-bit view.
+    // The recording child as the package manager: its path in the 32-bit view, its version (when
+    // given) in the 64-bit view.
     fs::path InstallPackageManager(const wchar_t* version) {
         const fs::path program = base_ / L"orvikpkg.exe";
         fs::copy_file(bin_ / L"child_recorder.exe", program);
@@ -154,59 +151,82 @@ protected:
     int rounds_ = 0;
 };
 
-// Every kind of run, end to end: the run's exit code, the code errorlog.txt gains, and the
-// children started, each by a prefix: program, directory and the start of its parameters.
+// Every kind of run and fault, end to end: the run's exit code, the code errorlog.txt gains, the
+// children started (each by a prefix: program, directory, start of its parameters), and that no
+// working directory is left, nor anything in a temporary folder (TMP and TEMP) of the row's own.
 TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
-    enum {
-        kSuite = 1,
-        kManager = 2,
-        kOldManager = 4,
-        kPayload = 8,
-        kOnline = 16,
-        kWindows1511 = 32
-    };
+    enum { kSuite = 1, kManager = 2, kOldManager = 4, kPayload = 8, kOnline = 16, kOldOs = 32 };
+    enum { kReadOnlyTemp = 64, kTinyTemp = 128, kGoneTemp = 256, kLogsBlocked = 512 };
     struct Row {
         const char* codes;  // of the children in turn; null: no "bin\Install.exe"
         int kind;
+        std::string packed;  // the payload or description packed into setup.exe (kPayload, kOnline)
         std::wstring arguments;
         std::int32_t exitCode, reported;
         std::vector<std::string> children;
     };
     const std::string in = "Install.exe|", bin = in + "{scratch}\\bin|", pm = "orvikpkg.exe|",
                       work = in + "{work}\\payload|install orvik-package-manager ",
-                      product = bin + "install-suite suite.dat --passive --install-orvikpm-with";
+                      product = bin + "install-suite suite.dat --passive --install-orvikpm-with",
+                      good = TarGz({{"Install.exe", t::RandomBytes(400000, 1), 0755}}),
+                      half = good.substr(0, good.size() / 2), readme = TarGz({{"readme.txt", "x"}}),
+                      // A few kilobytes packed, 3 MB unpacked: fits, but not on a tiny disk.
+        big = TarGz({{"Install.exe", "MZ", 0755}, {"b", std::string(3000000, 'z')}}),
+                      payload =
+                          TarGz({{"Install.exe", ReadBytes(bin_ / L"child_recorder.exe"), 0755},
+                                 {"suite.dat", "s"}}),
+                      unclosed = "<orvikpkgOnlineInstall schemaVersion=\"26.5\">";
+    const std::int32_t crash = static_cast<std::int32_t>(EXCEPTION_ACCESS_VIOLATION);
     const Row rows[] = {
-        {"1234", 0, L"--passive", 1234, -126308, {bin}},
+        {"1234", 0, "", L"--passive", 1234, -126308, {bin}},
         // The mode comes from the folder beside the program, before the payload is extracted.
-        {"55", kPayload, L"--passive", 55, -126308, {work}},
-        {"0", 0, L"/q", -126318, -126318, {}},
-        {nullptr, 0, L"--quiet", -126304, -126304, {}},
-        {"0", kWindows1511, L"--passive", -126359, -126359, {}},
-        {"-125071", 0, L"--passive", -125071, 0, {in}},
-        {"-125818", 0, L"--passive", -125818, 0, {in}},
-        {"-125029", 0, L"--passive", -125029, 0, {in}},
-        {"0,0", kSuite | kManager, L"--accept-eulas --passive", 0, 0, {bin + "install orvik", pm}},
+        {"55", kPayload, payload, L"--passive", 55, -126308, {work}},
+        {"0", 0, "", L"/q", -126318, -126318, {}},
+        {nullptr, 0, "", L"--quiet", -126304, -126304, {}},
+        {"0", kOldOs, "", L"--passive", -126359, -126359, {}},
+        {"-125071", 0, "", L"--passive", -125071, 0, {in}},
+        {"-125818", 0, "", L"--passive", -125818, 0, {in}},
+        {"-125029", 0, "", L"--passive", -125029, 0, {in}},
+        {"0,0", kSuite | kManager, "", L"--accept-eulas --passive", 0, 0, {bin + "install o", pm}},
         // A manager without a version is older: the installer tries with the product first.
-        {"-125818,0,7", kSuite | kOldManager, L"--passive", 7, -126309, {product, in, pm}},
-        {"-125071", kSuite | kManager, L"--passive", -126300, 0, {in}},
+        {"-125818,0,7", kSuite | kOldManager, "", L"--passive", 7, -126309, {product, in, pm}},
+        {"-125071", kSuite | kManager, "", L"--passive", -126300, 0, {in}},
         // No reboot question without --passive or --quiet either: a box fails the row.
-        {"-125071", kSuite | kManager, L"--prevent-reboot", -126300, 0, {in}},
-        {"0,0", kOnline | kManager, L"--passive", 0, 0, {in, pm}},
+        {"-125071", kSuite | kManager, "", L"--prevent-reboot", -126300, 0, {in}},
+        {"0,0", kOnline | kManager, kOnlineXml, L"--passive", 0, 0, {in, pm}},
+        {nullptr, kPayload, half, L"--quiet", -125213, -125213, {}},
+        {nullptr, kPayload, readme, L"--quiet", -126304, -126304, {}},
+        {nullptr, kOnline | kManager, unclosed, L"--quiet", -126312, -126312, {}},
+        {"crash", 0, "", L"--quiet", crash, -126308, {in}},
+        {"0", kReadOnlyTemp, "", L"--quiet", -125098, -125098, {}},
+        {"0", kGoneTemp, "", L"--quiet", 0, 0, {in}},  // passed over for the next one offered
+        {nullptr, kPayload | kTinyTemp, big, L"--quiet", -125121, -125121, {}},
+        // The manager's orvikpkg.ini puts the logs under a file: the run goes on.
+        {"0", kManager | kLogsBlocked, "", L"--quiet", 0, 0, {in}},
     };
+    const char* readOnly = std::getenv("ORVIK_READONLY_FS");  // mounted by the test run as root
+    const char* tiny = std::getenv("ORVIK_TINY_FS");          // 1 MiB, mounted likewise
+    const fs::path blocker = scratch_ / L"blocker";
+    WriteBytes(blocker, "a file");
     const std::wstring windows = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
     const auto build =
         pkgshared::ReadRegistryString(HKEY_LOCAL_MACHINE, windows.c_str(), L"CurrentBuildNumber");
     ASSERT_TRUE(build);
+    // No crash dialog from Wine's debugger: a crashing child just ends.
+    t::SetRegistryValue(HKEY_CURRENT_USER, L"Software\\Wine\\WineDbg", L"ShowCrashDialog",
+                        REG_DWORD, "\0\0\0\0", 4, 0);
+    const std::wstring tmp = _wgetenv(L"TMP"), temp = _wgetenv(L"TEMP");  // as the test started
     for (const Row& row : rows) {
         SCOPED_TRACE(&row - rows);
-        UseFolder(L"row" + std::to_wstring(&row - rows));
-        if (row.kind & kPayload) {
-            const std::string child = ReadBytes(bin_ / L"child_recorder.exe");
-            ASSERT_NO_FATAL_FAILURE(
-                Pack(L"--payload ", TarGz({{"Install.exe", child, 0755}, {"suite.dat", "s"}})));
+        const char* mount = row.kind & kReadOnlyTemp ? readOnly : tiny;
+        if ((row.kind & (kReadOnlyTemp | kTinyTemp)) && mount == nullptr) {
+            std::cout << "[ SKIPPED  ] row " << &row - rows << ": its file system is not mounted\n";
+            continue;
         }
-        if (row.kind & kOnline) {
-            ASSERT_NO_FATAL_FAILURE(Pack(L"--online-install ", kOnlineXml));
+        UseFolder(L"row" + std::to_wstring(&row - rows));
+        if (row.kind & (kPayload | kOnline)) {
+            ASSERT_NO_FATAL_FAILURE(
+                Pack(row.kind & kPayload ? L"--payload " : L"--online-install ", row.packed));
         }
         if (row.codes != nullptr) {
             InstallChild(row.codes, row.kind & kSuite);
@@ -214,18 +234,37 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         if (row.kind & (kManager | kOldManager)) {
             InstallPackageManager(row.kind & kManager ? L"99.0" : nullptr);
         }
+        if (row.kind & kLogsBlocked) {
+            t::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"Path", base_.wstring(),
+                                 KEY_WOW64_32KEY);
+            WriteBytes(base_ / L"orvikpkg.ini",
+                       "[Settings]\r\nlogs-directory=" + (blocker / L"logs").string());
+        }
+        const std::wstring folder = row.kind & kGoneTemp ? (base_ / L"gone\\tmp").wstring()
+                                    : row.kind & (kReadOnlyTemp | kTinyTemp) ? t::WinePath(mount)
+                                                                             : L"";
+        const auto held = [&] {
+            return fs::exists(folder) ? std::distance(fs::directory_iterator(folder), {}) : -1;
+        };
+        const auto before = held();
         t::SetRegistryString(HKEY_LOCAL_MACHINE, windows, L"CurrentBuildNumber",
-                             row.kind & kWindows1511 ? L"14392" : *build, 0);
+                             row.kind & kOldOs ? L"14392" : *build, 0);
+        ::SetEnvironmentVariableW(L"TMP", (folder.empty() ? tmp : folder).c_str());
+        ::SetEnvironmentVariableW(L"TEMP", (folder.empty() ? temp : folder).c_str());
         const Outcome run = Bootstrap(row.arguments);
+        ::SetEnvironmentVariableW(L"TMP", tmp.c_str());
+        ::SetEnvironmentVariableW(L"TEMP", temp.c_str());
         t::SetRegistryString(HKEY_LOCAL_MACHINE, windows, L"CurrentBuildNumber", *build, 0);
         EXPECT_EQ(row.exitCode, run.exitCode);
         EXPECT_EQ(row.reported, run.reported) << run.report;
         EXPECT_EQ(0, run.left);
+        EXPECT_EQ(before, held());
         ASSERT_EQ(row.children.size(), run.children.size());
         for (size_t i = 0; i < run.children.size(); ++i) {
             EXPECT_EQ(row.children[i], run.children[i].substr(0, row.children[i].size()));
         }
     }
+    EXPECT_FALSE(fs::exists(blocker / L"logs"));
 }
 
 // Without --passive or --quiet the error is shown in a box with an OK button only.
@@ -245,89 +284,6 @@ TEST_F(BootstrapperTest, InteractiveErrorsAreShownInAMessageBox) {
 }
 
 using FaultTest = BootstrapperTest;
-
-// Each fault, run with --quiet: the exit code, the code errorlog.txt gains, how many children
-// started, and for a temporary folder of its own (TMP and TEMP) that nothing is made or left there.
-TEST_F(FaultTest, EveryFaultEndsWithItsCodeAndLeavesNothing) {
-    const std::string good = TarGz({{"Install.exe", t::RandomBytes(400000, 1), 0755}}),
-                      half = good.substr(0, good.size() / 2),
-                      unclosed = "<orvikpkgOnlineInstall schemaVersion=\"26.5\">",
-                      big =
-                          TarGz({{"Install.exe", "MZ", 0755}, {"big", std::string(3000000, 'z')}});
-    const std::int32_t crash = static_cast<std::int32_t>(EXCEPTION_ACCESS_VIOLATION);
-    const char* readOnly = std::getenv("ORVIK_READONLY_FS");  // mounted by the test run as root
-    const char* tiny = std::getenv("ORVIK_TINY_FS");          // 1 MiB, mounted likewise
-    const fs::path blocker = scratch_ / L"blocker";
-    WriteBytes(blocker, "a file");
-    const struct {
-        int manager;  // 1: installed; 2: its orvikpkg.ini puts the logs under a file (the run goes
-                      // on)
-        const wchar_t* option;  // packed with a file of `bytes`
-        std::string bytes;
-        const char* codes;  // null: no "bin\Install.exe"
-        std::wstring temp;  // empty: the usual one; "-": a file system that is not mounted
-        std::int32_t exitCode, reported;
-        size_t children;
-    } rows[] = {
-        {0, L"--payload ", half, nullptr, L"", -125213, -125213, 0},
-        {0, L"--payload ", TarGz({{"readme.txt", "text"}}), nullptr, L"", -126304, -126304, 0},
-        {1, L"--online-install ", unclosed, nullptr, L"", -126312, -126312, 0},
-        {0, nullptr, "", "crash", L"", crash, -126308, 1},
-        {0, nullptr, "", "0", readOnly ? t::WinePath(readOnly) : L"-", -125098, -125098, 0},
-        // Passed over for the next folder the system offers.
-        {0, nullptr, "", "0", (scratch_ / L"gone" / L"tmp").wstring(), 0, 0, 1},
-        // A few kilobytes packed, 3 MB unpacked: the archive fits, its contents do not.
-        {0, L"--payload ", big, nullptr, tiny ? t::WinePath(tiny) : L"-", -125121, -125121, 0},
-        {2, nullptr, "", "0,0", L"", 0, 0, 1},
-    };
-    // No crash dialog from Wine's debugger: a crashing child just ends.
-    t::SetRegistryValue(HKEY_CURRENT_USER, L"Software\\Wine\\WineDbg", L"ShowCrashDialog",
-                        REG_DWORD, "\0\0\0\0", 4, 0);
-    std::wstring tmp(32767, L'\0'), temp = tmp;
-    tmp.resize(::GetEnvironmentVariableW(L"TMP", tmp.data(), 32767));
-    temp.resize(::GetEnvironmentVariableW(L"TEMP", temp.data(), 32767));
-    const auto setTemp = [](const std::wstring& tmp, const std::wstring& temp) {
-        ::SetEnvironmentVariableW(L"TMP", tmp.empty() ? nullptr : tmp.c_str());
-        ::SetEnvironmentVariableW(L"TEMP", temp.empty() ? nullptr : temp.c_str());
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows);
-        if (row.temp == L"-") {
-            std::cout << "[ SKIPPED  ] row " << &row - rows << ": its file system is not mounted\n";
-            continue;
-        }
-        UseFolder(L"row" + std::to_wstring(&row - rows));
-        if (row.manager != 0) {
-            InstallPackageManager(L"26.5.0.10");
-        }
-        if (row.manager == 2) {
-            t::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"Path", base_.wstring(),
-                                 KEY_WOW64_32KEY);
-            WriteBytes(base_ / L"orvikpkg.ini",
-                       "[Settings]\r\nlogs-directory=" + (blocker / L"logs").string());
-        }
-        if (row.option != nullptr) {
-            ASSERT_NO_FATAL_FAILURE(Pack(row.option, row.bytes));
-        }
-        if (row.codes != nullptr) {
-            InstallChild(row.codes);
-        }
-        const fs::path folder(row.temp);
-        const auto held = [&] {
-            return fs::exists(folder) ? std::distance(fs::directory_iterator(folder), {}) : -1;
-        };
-        const auto before = held();
-        setTemp(row.temp.empty() ? tmp : row.temp, row.temp.empty() ? temp : row.temp);
-        const Outcome run = Bootstrap(L"--quiet");
-        setTemp(tmp, temp);
-        EXPECT_EQ(row.exitCode, run.exitCode);
-        EXPECT_EQ(row.reported, run.reported) << run.report;
-        EXPECT_EQ(row.children, run.children.size());
-        EXPECT_EQ(0, run.left);
-        EXPECT_EQ(before, held());
-    }
-    EXPECT_FALSE(fs::exists(blocker / L"logs"));
-}
 
 // In a suite run the manager is launched from the path the registry holds; a value that is not a
 // string counts as absent, so the launch fails naming the value, even when its bytes spell a path.
