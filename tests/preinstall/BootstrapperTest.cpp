@@ -1,5 +1,4 @@
-// The real bootstrapper template, run as setup.exe in the test's own folder (or packed into an
-// installer) with the recording child as "bin\Install.exe" and as the package manager.
+// The real template run as setup.exe, the recording child as "bin\Install.exe" and the manager.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -7,7 +6,6 @@
 #include <algorithm>
 #include <functional>
 #include <sstream>
-
 #include "shared/ErrorMessage.h"
 #include "shared/utils/RegistryString.h"
 #include "support/ArchiveBuilder.h"
@@ -17,12 +15,9 @@
 
 namespace orvik::pkgui::preinstall {
 namespace {
-
 namespace fs = boost::filesystem;
 namespace t = orvik::testing;
-using t::Quoted;
-using t::ReadBytes;
-using t::WriteBytes;
+using t::Quoted, t::ReadBytes, t::WriteBytes;
 
 const std::wstring kManagerKey = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
 const std::string kOnlineXml =
@@ -31,11 +26,10 @@ const std::string kOnlineXml =
 
 // How a run ended: the children it started ("program|directory|parameters", with the run's
 // folder written {scratch} and its working directory {work}), what errorlog.txt gained and the
-// code in it (0: nothing), and how many working directories it left in the temporary folder.
+// code in it (0: nothing).
 struct Outcome {
     std::int32_t exitCode = 0, reported = 0;
     std::string report;
-    int left = 0;
     std::vector<std::string> children;
 };
 
@@ -51,8 +45,7 @@ protected:
         ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", (base_ / L"record").c_str());
         t::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
     }
-    // The recording child as the package manager: its path in the 32-bit view, its version (when
-    // given) in the 64-bit view.
+    // The recording child as the manager: path in the 32-bit view, version in the 64-bit one.
     fs::path InstallPackageManager(const wchar_t* version) {
         const fs::path program = base_ / L"orvikpkg.exe";
         fs::copy_file(bin_ / L"child_recorder.exe", program);
@@ -64,8 +57,8 @@ protected:
         }
         return program;
     }
-    // The recording child as "bin\Install.exe" (with "bin\suite.dat" and
-    // "bin\resources\config.dat" for a suite); the children exit with `codes` in turn.
+    // The recording child as "bin\Install.exe", with the files of a suite when asked; the
+    // children exit with `codes` in turn.
     void InstallChild(const std::string& codes, bool suite = false) {
         fs::copy_file(bin_ / L"child_recorder.exe", base_ / L"bin" / L"Install.exe");
         WriteBytes(base_ / L"record.codes", codes);
@@ -118,7 +111,7 @@ protected:
         Outcome out;
         out.exitCode = run.exitCode;
         out.report = ReadBytes(errorLog_).substr(errors.size());
-        out.left = WorkingDirectories() - left;
+        EXPECT_EQ(left, WorkingDirectories()) << "working directories left";
         const size_t code = out.report.find("Error code: ");
         out.reported =
             code != std::string::npos ? std::atoi(&out.report[code + 12]) : !out.report.empty();
@@ -165,16 +158,15 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         std::int32_t exitCode, reported;
         std::vector<std::string> children;
     };
+    // The payloads: truncated, without an installer, 3 MB unpacked from a few kilobytes.
     const std::string in = "Install.exe|", bin = in + "{scratch}\\bin|", pm = "orvikpkg.exe|",
                       work = in + "{work}\\payload|install orvik-package-manager ",
                       product = bin + "install-suite suite.dat --passive --install-orvikpm-with",
-                      good = TarGz({{"Install.exe", t::RandomBytes(400000, 1), 0755}}),
-                      half = good.substr(0, good.size() / 2), readme = TarGz({{"readme.txt", "x"}}),
-                      // A few kilobytes packed, 3 MB unpacked: fits, but not on a tiny disk.
-        big = TarGz({{"Install.exe", "MZ", 0755}, {"b", std::string(3000000, 'z')}}),
-                      payload =
-                          TarGz({{"Install.exe", ReadBytes(bin_ / L"child_recorder.exe"), 0755},
-                                 {"suite.dat", "s"}}),
+                      half = TarGz({{"Install.exe", t::RandomBytes(400000, 1)}}).substr(0, 150000),
+                      readme = TarGz({{"readme.txt", "x"}}),
+                      big = TarGz({{"Install.exe", "MZ"}, {"b", std::string(3000000, 'z')}}),
+                      recorder = ReadBytes(bin_ / L"child_recorder.exe"),
+                      payload = TarGz({{"Install.exe", recorder, 0755}, {"suite.dat", "s"}}),
                       unclosed = "<orvikpkgOnlineInstall schemaVersion=\"26.5\">";
     const std::int32_t crash = static_cast<std::int32_t>(EXCEPTION_ACCESS_VIOLATION);
     const Row rows[] = {
@@ -204,8 +196,8 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         // The manager's orvikpkg.ini puts the logs under a file: the run goes on.
         {"0", kManager | kLogsBlocked, "", L"--quiet", 0, 0, {in}},
     };
-    const char* readOnly = std::getenv("ORVIK_READONLY_FS");  // mounted by the test run as root
-    const char* tiny = std::getenv("ORVIK_TINY_FS");          // 1 MiB, mounted likewise
+    // Mounted by the test run as root: a read-only file system and one of 1 MiB.
+    const char *readOnly = std::getenv("ORVIK_READONLY_FS"), *tiny = std::getenv("ORVIK_TINY_FS");
     const fs::path blocker = scratch_ / L"blocker";
     WriteBytes(blocker, "a file");
     const std::wstring windows = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
@@ -257,7 +249,6 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         t::SetRegistryString(HKEY_LOCAL_MACHINE, windows, L"CurrentBuildNumber", *build, 0);
         EXPECT_EQ(row.exitCode, run.exitCode);
         EXPECT_EQ(row.reported, run.reported) << run.report;
-        EXPECT_EQ(0, run.left);
         EXPECT_EQ(before, held());
         ASSERT_EQ(row.children.size(), run.children.size());
         for (size_t i = 0; i < run.children.size(); ++i) {
@@ -294,19 +285,15 @@ TEST_F(FaultTest, RegistryValuesOfTheWrongKindCountAsAbsent) {
         SCOPED_TRACE(type);
         UseFolder(L"type" + std::to_wstring(type));
         InstallChild("0,0", true);
-        // The path ended twice, as a REG_MULTI_SZ would be; or a number.
+        // The path ended twice, as a REG_MULTI_SZ would be.
         const std::wstring path = InstallPackageManager(L"99.0").wstring() + L'\0';
-        const DWORD number = 7;
         t::SetRegistryValue(HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableFullPath", type,
-                            type == REG_DWORD ? static_cast<const void*>(&number) : path.c_str(),
-                            type == REG_DWORD ? 4 : static_cast<DWORD>(path.size() * 2 + 2),
-                            KEY_WOW64_32KEY);
+                            path.c_str(), static_cast<DWORD>(path.size() * 2 + 2), KEY_WOW64_32KEY);
         const Outcome run = Bootstrap(L"--quiet");
         EXPECT_EQ(type == REG_SZ ? 0 : -126304, run.exitCode);
         EXPECT_EQ(type == REG_SZ ? 2u : 1u, run.children.size());
         EXPECT_EQ(type != REG_SZ, run.report.find(absent) != std::string::npos);
     }
 }
-
 }  // namespace
 }  // namespace orvik::pkgui::preinstall

@@ -8,13 +8,12 @@
 
 #include <cstdio>
 #include <string>
-
 #include "shared/TextConversion.h"
 #include "shared/utils/FileBytes.h"
 
 int wmain(int argc, wchar_t** argv) {
+    std::wstring line = argc > 2 ? L"\"" + std::wstring(argv[2]) + L"\"" : L"";
     if (argc > 2 && std::wstring(argv[1]) == L"--launch") {
-        std::wstring line = L"\"" + std::wstring(argv[2]) + L"\"";
         for (int i = 3; i < argc; ++i) {
             line += L" " + std::wstring(argv[i]);
         }
@@ -27,14 +26,10 @@ int wmain(int argc, wchar_t** argv) {
             ::WaitForSingleObject(process.hProcess, INFINITE);
             ::GetExitCodeProcess(process.hProcess, &code);
         }
-        std::printf("\nexit code: %ld\n", static_cast<long>(code));
-        return 0;
+        return std::printf("\nexit code: %ld\n", static_cast<long>(code)) < 0;
     }
     wchar_t record[4096] = {}, module[MAX_PATH] = {}, directory[MAX_PATH] = {};
     const DWORD length = ::GetEnvironmentVariableW(L"ORVIK_RECORD_FILE", record, 4096);
-    if (length == 0 || length >= 4096) {
-        return 0;
-    }
     ::GetModuleFileNameW(nullptr, module, MAX_PATH);
     ::GetCurrentDirectoryW(MAX_PATH, directory);
     const std::wstring name = module, codesFile = std::wstring(record) + L".codes";
@@ -42,14 +37,14 @@ int wmain(int argc, wchar_t** argv) {
     orvik::pkgshared::ReadFileBytes(codesFile, codes);
     const size_t comma = codes.find(',');
     const std::string next = codes.substr(0, comma),
-                      line = orvik::pkgshared::WideToUtf8(
+                      text = orvik::pkgshared::WideToUtf8(
                           name.substr(name.find_last_of(L'\\') + 1) + L"|" + directory + L"|" +
-                          ::GetCommandLineW() + L"\n");
-    if (std::FILE* out = _wfopen(record, L"ab")) {
-        std::fwrite(line.data(), 1, line.size(), out);
-        std::fclose(out);
+                          ::GetCommandLineW());
+    std::FILE* out = length == 0 || length >= 4096 ? nullptr : _wfopen(record, L"ab");
+    if (out == nullptr || std::fprintf(out, "%s\n", text.c_str()) < 0 || std::fclose(out) != 0) {
+        return 0;
     }
-    if (std::FILE* out = _wfopen(codesFile.c_str(), L"wb")) {
+    if ((out = _wfopen(codesFile.c_str(), L"wb")) != nullptr) {
         std::fputs(comma == std::string::npos ? "" : codes.c_str() + comma + 1, out);
         std::fclose(out);
     }

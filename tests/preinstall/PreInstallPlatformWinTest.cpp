@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <sddl.h>
-
 #include "preinstall/PreInstallPlatformWin.h"
 #include "preinstall/WorkingDirectorySecurity.h"
 #include "shared/Exception.h"
@@ -14,7 +13,6 @@
 
 namespace orvik::pkgui::preinstall {
 namespace {
-
 const std::wstring kDotNetKey = L"SOFTWARE\\Microsoft\\NET Framework Setup\\NDP\\v4\\Full";
 
 // The real adapters of the run, against the test prefix.
@@ -48,13 +46,6 @@ TEST_F(PreInstallPlatformWinTest, DotNetFramework48IsRelease528048OrNewer) {
     orvik::testing::SetRegistryValue(HKEY_LOCAL_MACHINE, kDotNetKey, L"Release", REG_SZ, text,
                                      sizeof(text), KEY_WOW64_32KEY);
     EXPECT_FALSE(platform_.IsDotNetFramework48Installed());
-}
-
-TEST_F(PreInstallPlatformWinTest, SystemChecksOfTheTestPrefix) {
-    EXPECT_TRUE(platform_.IsWow64());  // a 32-bit process in a 64-bit prefix
-    EXPECT_TRUE(platform_.IsElevated());
-    EXPECT_TRUE(platform_.IsWindows10Version1607OrNewer());
-    EXPECT_TRUE(platform_.IsRunningOnWine());
 }
 
 // The arguments after the program name, split and unquoted as Windows does: this program runs
@@ -123,6 +114,5 @@ TEST(WorkingDirectorySecurityTest, OnlyAdministratorsAndSystemMayWriteAndARefusa
     EXPECT_EQ(-125098, e->GetErrorCode());
     EXPECT_EQ(L"5|C:\\x", e->GetMessageArgument0() + L"|" + e->GetMessageArgument1());
 }
-
 }  // namespace
 }  // namespace orvik::pkgui::preinstall

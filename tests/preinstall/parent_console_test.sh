@@ -6,7 +6,8 @@ set -euo pipefail
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cp "$2/preinstall.exe" "$scratch/setup.exe"
-for run in "/q|-126318|Remove '/q' from the command-line" "--quiet|-126304|launching the following"; do
+for run in "/q|-126318|Remove '/q' from the command-line" \
+  "--quiet|-126304|launching the following"; do
   IFS='|' read -r arguments code text <<<"$run"
   # A wide terminal, then Wine's cursor movements turned back into text.
   output=$(script -qc "stty cols 2000; '$1' '$2/child_recorder.exe' --launch '$scratch/setup.exe' \

@@ -15,7 +15,6 @@
 #include "support/ScratchDirectory.h"
 #include "support/TestData.h"
 #include "support/Thrown.h"
-#include "support/WinePath.h"
 
 namespace orvik::pkgshared {
 namespace {

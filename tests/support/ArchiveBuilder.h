@@ -3,29 +3,18 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-
-#include <string>
-#include <utility>
-#include <vector>
-
 #include <boost/filesystem/path.hpp>
-
+#include <string>
+#include <vector>
 #include "shared/TextConversion.h"
 
 namespace orvik::testing {
-
 // A directory when `name` (UTF-8) ends with '/'; a symbolic link to `symlink` or a hard link to
 // the entry `hardlink` when given; otherwise a regular file of `data`.
 struct ArchiveItem {
-    ArchiveItem(std::string n, std::string d, int m = 0644, std::string s = {}, std::string h = {})
-        : name(std::move(n)),
-          data(std::move(d)),
-          mode(m),
-          symlink(std::move(s)),
-          hardlink(std::move(h)) {}
     std::string name, data;
-    int mode;
-    std::string symlink, hardlink;
+    int mode = 0644;
+    std::string symlink = {}, hardlink = {};
 };
 
 enum class Format { Tar, Ar, Raw };
@@ -47,25 +36,24 @@ inline bool WriteArchive(const boost::filesystem::path& file, Format format, Fil
     for (size_t i = 0; ok && i < items.size(); ++i) {
         const ArchiveItem& item = items[i];
         const bool directory = !item.name.empty() && item.name.back() == '/';
-        const size_t size = directory ? 0 : item.data.size();
         archive_entry* entry = archive_entry_new();
         // The wide forms: on Windows the C runtime has no UTF-8 locale.
         archive_entry_copy_pathname_w(entry, pkgshared::Utf8ToWide(item.name).c_str());
-        archive_entry_set_filetype(entry, directory               ? AE_IFDIR
-                                          : !item.symlink.empty() ? AE_IFLNK
-                                                                  : AE_IFREG);
         if (!item.symlink.empty()) {
             archive_entry_copy_symlink_w(entry, pkgshared::Utf8ToWide(item.symlink).c_str());
         }
         if (!item.hardlink.empty()) {
             archive_entry_copy_hardlink_w(entry, pkgshared::Utf8ToWide(item.hardlink).c_str());
         }
+        archive_entry_set_filetype(entry, directory              ? AE_IFDIR
+                                          : item.symlink.empty() ? AE_IFREG
+                                                                 : AE_IFLNK);
         archive_entry_set_perm(entry, directory ? 0755 : item.mode);
-        archive_entry_set_size(entry, static_cast<la_int64_t>(size));
+        archive_entry_set_size(entry, static_cast<la_int64_t>(item.data.size()));
         archive_entry_set_mtime(entry, 1700000000, 0);
         ok = archive_write_header(a, entry) == ARCHIVE_OK &&
-             (size == 0 ||
-              archive_write_data(a, item.data.data(), size) == static_cast<la_ssize_t>(size));
+             archive_write_data(a, item.data.data(), item.data.size()) ==
+                 static_cast<la_ssize_t>(item.data.size());
         archive_entry_free(entry);
     }
     ok = archive_write_close(a) == ARCHIVE_OK && ok;
@@ -73,5 +61,4 @@ inline bool WriteArchive(const boost::filesystem::path& file, Format format, Fil
     archive_write_free(a);
     return ok;
 }
-
 }  // namespace orvik::testing

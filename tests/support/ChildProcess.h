@@ -3,26 +3,21 @@
 
 #include <functional>
 #include <string>
-
 #include "shared/TextConversion.h"
 #include "shared/utils/WinResources.h"
 #include "support/ScratchDirectory.h"
-#include "support/WinePath.h"
+#include "support/TestData.h"
 
 namespace orvik::testing {
-
 // The build's program folder as a Windows path.
 inline std::wstring BinDirectory() {
     return WinePath(ORVIK_TEST_BIN_DIR);
 }
-
 inline std::wstring Quoted(const boost::filesystem::path& path) {
     return L"\"" + path.wstring() + L"\"";
 }
-
 struct ChildResult {
     std::int32_t exitCode = -1;
-    DWORD processId = 0;
     std::string output;  // standard output and standard error together
 };
 
@@ -33,21 +28,16 @@ inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem:
     ChildResult result;
     const auto log = scratch / boost::filesystem::unique_path(L"child-%%%%%%%%.log");
     SECURITY_ATTRIBUTES inherit{sizeof(inherit), nullptr, TRUE};
-    {
-        const pkgshared::UniqueHandle out(::CreateFileW(log.c_str(), GENERIC_WRITE,
-                                                        FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                                        &inherit, CREATE_ALWAYS, 0, nullptr));
-        STARTUPINFOW startup{};
-        startup.cb = sizeof(startup);
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdOutput = startup.hStdError = out.get();
-        PROCESS_INFORMATION p{};
-        std::wstring line = commandLine;
-        if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
-                              nullptr, nullptr, &startup, &p)) {
-            return result;
-        }
-        result.processId = p.dwProcessId;
+    const pkgshared::UniqueHandle out(::CreateFileW(log.c_str(), GENERIC_WRITE, FILE_SHARE_READ,
+                                                    &inherit, CREATE_ALWAYS, 0, nullptr));
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = startup.hStdError = out.get();
+    PROCESS_INFORMATION p{};
+    std::wstring line = commandLine;
+    if (::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
+                         nullptr, &startup, &p)) {
         const pkgshared::UniqueHandle process(p.hProcess), thread(p.hThread);
         while (::WaitForSingleObject(p.hProcess, watch ? 250 : INFINITE) == WAIT_TIMEOUT) {
             if (!watch(p)) {
@@ -61,10 +51,8 @@ inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem:
     result.output = ReadBytes(log);
     return result;
 }
-
 // Runs the build's packing tool with `arguments`.
 inline ChildResult Pack(const std::wstring& arguments, const boost::filesystem::path& scratch) {
     return Run(L"\"" + BinDirectory() + L"\\orvikpkg-pack.exe\" " + arguments, scratch);
 }
-
 }  // namespace orvik::testing

@@ -1,16 +1,13 @@
 #pragma once
 #include <gtest/gtest.h>
 
+#include <boost/filesystem.hpp>
 #include <cstdio>
 #include <string>
-
-#include <boost/filesystem.hpp>
-
 #include "shared/utils/FileBytes.h"
 #include "shared/utils/UniqueFile.h"
 
 namespace orvik::testing {
-
 namespace bfs = boost::filesystem;
 
 // A fresh folder in the temporary directory, removed with everything in it (read-only files too).
@@ -26,7 +23,6 @@ public:
         bfs::remove_all(path_, ignored);
     }
     ScratchDirectory(const ScratchDirectory&) = delete;
-    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
     const bfs::path& Path() const { return path_; }
     bfs::path operator/(const wchar_t* name) const { return path_ / name; }
 
@@ -40,11 +36,9 @@ inline std::string ReadBytes(const bfs::path& file) {
     pkgshared::ReadFileBytes(file.wstring(), bytes);
     return bytes;
 }
-
 inline void WriteBytes(const bfs::path& file, const std::string& bytes) {
     const pkgshared::UniqueFile out = pkgshared::OpenFile(file.wstring(), "wb");
     ASSERT_NE(nullptr, out) << file.string();
     std::fwrite(bytes.data(), 1, bytes.size(), out.get());
 }
-
 }  // namespace orvik::testing

@@ -6,12 +6,10 @@
 #include <cctype>
 #include <set>
 #include <string>
-
 #include "support/ChildProcess.h"
 
 namespace orvik::testing {
 namespace {
-
 // Every DLL that the template imports directly is one the loader binds before the program's
 // first instruction from the system folder only: a KnownDLL or an API set name. The others are
 // delay-loaded, after the entry has limited DLL loading to the system folder.
@@ -44,6 +42,5 @@ TEST(ImportTableTest, TemplateImportsOnlyProtectedDlls) {
     EXPECT_GT(count, 0);
     ::FreeLibrary(module);
 }
-
 }  // namespace
 }  // namespace orvik::testing

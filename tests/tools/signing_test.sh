@@ -24,7 +24,8 @@ osslsigncode verify -CAfile cert.pem -in signed.exe | grep -q "Signature verific
 # The carried Install.exe records its start and exits with 7, which cmd prints.
 export ORVIK_RECORD_FILE="Z:${scratch//\//\\}\\record.txt"
 printf 7 >record.txt.codes
-code=$("$build/wine-run" cmd /c "signed.exe --passive & echo %ERRORLEVEL%" | tr -d '\r' | tail -n 1) || true
+code=$("$build/wine-run" cmd /c "signed.exe --passive & echo %ERRORLEVEL%" | tr -d '\r' |
+  tail -n 1) || true
 [ "$code" = "7" ] || fail "the signed installer exited with $code"
 grep -q "^Install.exe|" record.txt || fail "the carried Install.exe did not run"
 echo "signed, verified and run: exit code $code"
