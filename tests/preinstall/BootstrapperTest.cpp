@@ -24,15 +24,6 @@ const std::string kOnlineXml =
     "<orvikpkgOnlineInstall schemaVersion=\"26.5.0.49297\"><downloadItem uri=\"https://x.invalid/"
     "s.xml\"/><progressTitle value=\"Suite\"/></orvikpkgOnlineInstall>";
 
-// How a run ended: the children it started ("program|directory|parameters", with the run's
-// folder written {scratch} and its working directory {work}), what errorlog.txt gained and the
-// code in it (0: nothing).
-struct Outcome {
-    std::int32_t exitCode = 0, reported = 0;
-    std::string report;
-    std::vector<std::string> children;
-};
-
 class BootstrapperTest : public ::testing::Test {
 protected:
     void SetUp() override { UseFolder(L"run"); }
@@ -100,24 +91,25 @@ protected:
         }
         return ++rounds_ < 480;
     }
-    // Runs setup.exe to its end (two minutes at most).
-    Outcome Bootstrap(const std::wstring& arguments) {
+    // Runs setup.exe to its end (two minutes at most): its exit code, what errorlog.txt gained and
+    // the code in it (0: nothing), the children it started ("program|directory|parameters", with
+    // the run's folder written {scratch} and its working directory {work}).
+    void Bootstrap(const std::wstring& arguments) {
         const std::string errors = ReadBytes(errorLog_);
         const int left = WorkingDirectories();
         rounds_ = 0;
         const auto run = t::Run(Quoted(base_ / L"setup.exe") + L" " + arguments, base_,
                                 [this](const PROCESS_INFORMATION& p) { return Watch(p); });
         EXPECT_LT(rounds_, 480) << "the run did not end";
-        Outcome out;
-        out.exitCode = run.exitCode;
-        out.report = ReadBytes(errorLog_).substr(errors.size());
+        exit_ = run.exitCode;
+        report_ = ReadBytes(errorLog_).substr(errors.size());
+        children_.clear();
         EXPECT_EQ(left, WorkingDirectories()) << "working directories left";
-        const size_t code = out.report.find("Error code: ");
-        out.reported =
-            code != std::string::npos ? std::atoi(&out.report[code + 12]) : !out.report.empty();
+        const size_t code = report_.find("Error code: ");
+        reported_ = code != std::string::npos ? std::atoi(&report_[code + 12]) : !report_.empty();
         const std::string base = pkgshared::WideToUtf8(base_.wstring());
         std::istringstream in(ReadBytes(base_ / L"record"));
-        for (std::string line; std::getline(in, line); out.children.push_back(line)) {
+        for (std::string line; std::getline(in, line); children_.push_back(line)) {
             // The command line's program, quoted or not, goes.
             const size_t bar = line.find('|', line.find('|') + 1) + 1;
             const size_t end = line[bar] == '"' ? line.find('"', bar + 1) + 1 : line.find(' ', bar);
@@ -131,9 +123,7 @@ protected:
             }
         }
         fs::remove(base_ / L"record");
-        return out;
     }
-
     t::ScratchDirectory scratch_;
     const fs::path bin_ = t::BinDirectory();
     const fs::path errorLog_ = fs::path(_wgetenv(L"LOCALAPPDATA")) /
@@ -142,6 +132,9 @@ protected:
     std::function<void(HWND)> onBox_;
     HWND seen_ = nullptr;
     int rounds_ = 0;
+    std::int32_t exit_ = 0, reported_ = 0;
+    std::string report_;
+    std::vector<std::string> children_;
 };
 
 // Every kind of run and fault, end to end: the run's exit code, the code errorlog.txt gains, the
@@ -243,16 +236,16 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
                              row.kind & kOldOs ? L"14392" : *build, 0);
         ::SetEnvironmentVariableW(L"TMP", (folder.empty() ? tmp : folder).c_str());
         ::SetEnvironmentVariableW(L"TEMP", (folder.empty() ? temp : folder).c_str());
-        const Outcome run = Bootstrap(row.arguments);
+        Bootstrap(row.arguments);
         ::SetEnvironmentVariableW(L"TMP", tmp.c_str());
         ::SetEnvironmentVariableW(L"TEMP", temp.c_str());
         t::SetRegistryString(HKEY_LOCAL_MACHINE, windows, L"CurrentBuildNumber", *build, 0);
-        EXPECT_EQ(row.exitCode, run.exitCode);
-        EXPECT_EQ(row.reported, run.reported) << run.report;
+        EXPECT_EQ(row.exitCode, exit_);
+        EXPECT_EQ(row.reported, reported_) << report_;
         EXPECT_EQ(before, held());
-        ASSERT_EQ(row.children.size(), run.children.size());
-        for (size_t i = 0; i < run.children.size(); ++i) {
-            EXPECT_EQ(row.children[i], run.children[i].substr(0, row.children[i].size()));
+        ASSERT_EQ(row.children.size(), children_.size());
+        for (size_t i = 0; i < children_.size(); ++i) {
+            EXPECT_EQ(row.children[i], children_[i].substr(0, row.children[i].size()));
         }
     }
     EXPECT_FALSE(fs::exists(blocker / L"logs"));
@@ -267,11 +260,11 @@ TEST_F(BootstrapperTest, InteractiveErrorsAreShownInAMessageBox) {
         buttons = ::GetDlgItem(box, IDOK) && !::GetDlgItem(box, IDCANCEL);
         ::PostMessageW(box, WM_COMMAND, IDOK, 0);
     };
-    const Outcome result = Bootstrap(L"");
+    Bootstrap(L"");
     EXPECT_EQ(pkgshared::FormatErrorMessage(-126304, 0, (base_ / L"bin\\Install.exe").wstring()),
               text);
     EXPECT_TRUE(buttons);
-    EXPECT_EQ(-126304, result.exitCode);
+    EXPECT_EQ(-126304, exit_);
 }
 
 using FaultTest = BootstrapperTest;
@@ -289,10 +282,10 @@ TEST_F(FaultTest, RegistryValuesOfTheWrongKindCountAsAbsent) {
         const std::wstring path = InstallPackageManager(L"99.0").wstring() + L'\0';
         t::SetRegistryValue(HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableFullPath", type,
                             path.c_str(), static_cast<DWORD>(path.size() * 2 + 2), KEY_WOW64_32KEY);
-        const Outcome run = Bootstrap(L"--quiet");
-        EXPECT_EQ(type == REG_SZ ? 0 : -126304, run.exitCode);
-        EXPECT_EQ(type == REG_SZ ? 2u : 1u, run.children.size());
-        EXPECT_EQ(type != REG_SZ, run.report.find(absent) != std::string::npos);
+        Bootstrap(L"--quiet");
+        EXPECT_EQ(type == REG_SZ ? 0 : -126304, exit_);
+        EXPECT_EQ(type == REG_SZ ? 2u : 1u, children_.size());
+        EXPECT_EQ(type != REG_SZ, report_.find(absent) != std::string::npos);
     }
 }
 }  // namespace
