@@ -1,9 +1,8 @@
-// Stands in for "Install.exe" and the package manager: appends one UTF-8 line
-// "<name>|<current directory>|<command line>" to the file ORVIK_RECORD_FILE names, then exits with
-// the next code of the comma-separated list in the file ORVIK_RECORD_FILE.codes, taking it off
-// (0 when none is left; "crash" dies of an access violation).
-// As "child_recorder.exe --launch PROGRAM [ARGUMENTS...]": starts PROGRAM without a console of its
-// own (so that it can attach to this one's), waits for it and prints "exit code: <code>".
+// Stands in for "Install.exe" and the manager: appends "<name>|<current directory>|<command line>"
+// to the file ORVIK_RECORD_FILE, then exits with the next code taken off the comma-separated list
+// in ORVIK_RECORD_FILE.codes (0 when none is left; "crash": dies of an access violation).
+// "child_recorder.exe --launch PROGRAM [ARGUMENTS...]" starts PROGRAM detached (so that it can
+// attach to this console), waits for it and prints "exit code: <code>".
 #include <windows.h>
 
 #include <cstdio>

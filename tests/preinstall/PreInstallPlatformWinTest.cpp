@@ -15,7 +15,6 @@ namespace orvik::pkgui::preinstall {
 namespace {
 const std::wstring kDotNetKey = L"SOFTWARE\\Microsoft\\NET Framework Setup\\NDP\\v4\\Full";
 
-// The real adapters of the run, against the test prefix.
 class PreInstallPlatformWinTest : public ::testing::Test {
 protected:
     void SetUp() override { orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, kDotNetKey); }
@@ -80,10 +79,9 @@ TEST_F(PreInstallPlatformWinTest, WaitForProcessRefusesWhatItCannotLaunch) {
     }
 }
 
-// The ACL the run puts on its working directory, checked where it is handed to the system (Wine
-// keeps only what Unix permissions can hold): SYSTEM and Administrators may do anything, the user
-// (an "S-1-5-21-" account) and the owner's implicit rights may only read and run. A refusal
-// there is the directory error.
+// The working directory's ACL, where it is handed to the system (Wine keeps only what Unix
+// permissions hold): SYSTEM and Administrators may do anything, the user ("S-1-5-21-...") and the
+// owner's implicit rights only read and run. A refusal there is the directory error.
 TEST(WorkingDirectorySecurityTest, OnlyAdministratorsAndSystemMayWriteAndARefusalIsAnError) {
     const std::wstring directory = L"C:\\x";
     std::vector<std::pair<std::wstring, ACCESS_MASK>> entries;

@@ -60,8 +60,7 @@ protected:
                                         L" " + arguments,
                                     scratch_.Path());
     }
-    // Runs a packed probe: it unpacks into `run`\payload and writes `run`\online.txt for an
-    // online-install description.
+    // Runs a packed probe: it unpacks into `run`\payload.
     std::int32_t Probe(const fs::path& installer) {
         fs::remove_all(run_);
         fs::create_directories(run_);
@@ -72,32 +71,20 @@ protected:
     const fs::path run_ = scratch_ / L"run";
 };
 
-// A folder and a description come out of the installer as they went in.
-TEST_F(PackToolTest, FolderAndDescriptionRoundTripThroughTheInstaller) {
-    const fs::path root = scratch_ / L"payload-source", xml = scratch_ / L"online.xml";
+// A folder comes out of the installer as it went in.
+TEST_F(PackToolTest, FolderRoundTripsThroughTheInstaller) {
+    const fs::path root = scratch_ / L"payload-source";
     fs::create_directories(root / L"deep" / L"er");
     WriteBytes(root / L"Install.exe", orvik::testing::RandomBytes(200000, 1));
     for (int i = 0; i < 40; ++i) {  // empty files too; names beyond ASCII
         WriteBytes(root / (i % 2 ? L"deep" : L"deep\\er") / (L"\u00C9 \u65E5" + std::to_wstring(i)),
                    orvik::testing::RandomBytes(static_cast<size_t>(i * 997 % 5000), i));
     }
-    WriteBytes(xml,
-               "<orvikpkgOnlineInstall schemaVersion=\"26.5.0.49297\"><downloadItem id=\"s\" "
-               "uri=\"https://example.invalid/s.xml\"/><progressTitle value=\"Suite "
-               "\xE2\x80\x93 2026\"/></orvikpkgOnlineInstall>");
-    const std::wstring payload = L"--payload-dir " + Quoted(root),
-                       online = L"--online-install " + Quoted(xml);
-    const auto packed = Pack(scratch_ / L"both.exe", payload + L" " + online);
+    const auto packed = Pack(scratch_ / L"out.exe", L"--payload-dir " + Quoted(root));
     ASSERT_EQ(0, packed.exitCode) << packed.output;
     EXPECT_EQ(std::string::npos, packed.output.find("warning")) << packed.output;
-    ASSERT_EQ(0, Probe(scratch_ / L"both.exe"));
+    ASSERT_EQ(0, Probe(scratch_ / L"out.exe"));
     EXPECT_TRUE(Tree(root) == Tree(run_ / L"payload"));
-    EXPECT_EQ("https://example.invalid/s.xml\nSuite \xE2\x80\x93 2026",
-              ReadBytes(run_ / L"online.txt"));
-    // Each part only when asked for.
-    ASSERT_EQ(0, Pack(scratch_ / L"payload.exe", payload).exitCode);
-    ASSERT_EQ(0, Probe(scratch_ / L"payload.exe"));
-    EXPECT_FALSE(fs::exists(run_ / L"online.txt"));
 }
 
 // Each command line: the tool's exit code, a piece of its output, and for a built installer the
@@ -151,11 +138,6 @@ TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
             EXPECT_EQ(row.probe, Probe(output));
         }
     }
-    const auto bare = orvik::testing::Pack(
-        L"--template none.exe --output " + Quoted(output) + L" --online-install x.xml",
-        scratch_.Path());
-    EXPECT_EQ(1, bare.exitCode);
-    EXPECT_NE(std::string::npos, bare.output.find("error: no template at")) << bare.output;
 }
 }  // namespace
 }  // namespace orvik::tools::pack
