@@ -11,9 +11,7 @@
 namespace orvik::tools::pack {
 namespace {
 namespace fs = boost::filesystem;
-using orvik::testing::Quoted;
-using orvik::testing::ReadBytes;
-using orvik::testing::WriteBytes;
+using orvik::testing::Quoted, orvik::testing::ReadBytes, orvik::testing::WriteBytes;
 
 TEST(PackOptionsTest, ReadsEveryOptionAndRefusesWrongCommandLines) {
     std::wstring error;

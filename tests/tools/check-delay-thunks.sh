@@ -3,15 +3,11 @@
 # then leaves that function's loading thunk out (an absolute 0 symbol) and the call jumps to 0.
 # Usage: check-delay-thunks.sh NM DEF_DIR PROGRAM... (DEF_DIR: the delay-import libraries' .def)
 set -euo pipefail
-nm=$1 defs=$2
+nm=$1 defs=$2 status=0
 shift 2
-delayed=$(mktemp)
-trap 'rm -f "$delayed"' EXIT
-awk 'NR > 2 && NF {print "_" $1}' "$defs"/*.def | sort -u >"$delayed"
-status=0
 for program in "$@"; do
-  missing=$("$nm" "$program" | awk '$1 == "00000000" && $2 == "A" {print $3}' | sort -u |
-    comm -12 - "$delayed")
+  missing=$(comm -12 <("$nm" "$program" | awk '$1 == "00000000" && $2 == "A" {print $3}' | sort -u) \
+    <(awk 'NR > 2 && NF {print "_" $1}' "$defs"/*.def | sort -u))
   [ -z "$missing" ] || { echo "$program: delay-loaded without a thunk:" $missing; status=1; }
 done
 exit $status

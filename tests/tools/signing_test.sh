@@ -3,16 +3,14 @@
 # does not) and still runs its payload under Wine. Usage: signing_test.sh BUILD_DIR
 set -euo pipefail
 build=$(cd "$1" && pwd)
-mkdir -p "$build/test-scratch"
-scratch=$(mktemp -d "$build/test-scratch/signing-XXXXXX")
+scratch=$(mkdir -p "$build/test-scratch" && mktemp -d "$build/test-scratch/signing-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 fail() { echo "FAIL: $1"; cat record.txt 2>/dev/null || true; exit 1; }
 openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out cert.pem -days 2 \
   -subj "/CN=Orvik Throwaway Test Signing" -addext "extendedKeyUsage=codeSigning" \
   -addext "keyUsage=digitalSignature" 2>/dev/null
-mkdir payload
-cp "$build/bin/child_recorder.exe" payload/Install.exe
+mkdir payload && cp "$build/bin/child_recorder.exe" payload/Install.exe
 "$build/wine-run" "$build/bin/orvikpkg-pack.exe" --template "$build/bin/preinstall.exe" \
   --output unsigned.exe --payload-dir payload | tr -d '\r'
 ! osslsigncode verify -CAfile cert.pem -in unsigned.exe >/dev/null 2>&1 ||
