@@ -3,6 +3,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <cstdint>
 #include <map>
+#include <tuple>
 #include "pack/PackOptions.h"
 #include "support/ArchiveBuilder.h"
 #include "support/ChildProcess.h"
@@ -19,10 +20,9 @@ TEST(PackOptionsTest, ReadsEveryOptionAndRefusesWrongCommandLines) {
                                            L"t.exe", L"--payload", L"p", L"--online-install", L"x"},
                                           error);
     ASSERT_TRUE(options) << error;
-    EXPECT_EQ(L"t.exe|o.exe||p|x|1", options->templatePath + L"|" + options->outputPath + L"|" +
-                                         options->payloadDirectory + L"|" + options->payloadFile +
-                                         L"|" + options->onlineInstallFile + L"|" +
-                                         (options->force ? L"1" : L"0"));
+    EXPECT_EQ(std::make_tuple(L"t.exe", L"o.exe", L"", L"p", L"x", true),
+              std::tie(options->templatePath, options->outputPath, options->payloadDirectory,
+                       options->payloadFile, options->onlineInstallFile, options->force));
     const std::wstring t = L"--template", o = L"--output";
     const std::pair<std::vector<std::wstring>, std::wstring> refused[] = {
         {{t, L"t"}, L"--template and --output are required"},
