@@ -24,14 +24,12 @@ enum class Filter { None, Gzip, Zstd };
 inline bool WriteArchive(const boost::filesystem::path& file, Format format, Filter filter,
                          const std::vector<ArchiveItem>& items) {
     archive* a = archive_write_new();
-    int (*const setFormat[])(archive*) = {archive_write_set_format_pax,
-                                          archive_write_set_format_ar_svr4,
-                                          archive_write_set_format_raw};
-    int (*const addFilter[])(archive*) = {archive_write_add_filter_none,
-                                          archive_write_add_filter_gzip,
-                                          archive_write_add_filter_zstd};
-    setFormat[static_cast<int>(format)](a);
-    addFilter[static_cast<int>(filter)](a);
+    (format == Format::Tar  ? archive_write_set_format_pax
+     : format == Format::Ar ? archive_write_set_format_ar_svr4
+                            : archive_write_set_format_raw)(a);
+    (filter == Filter::None   ? archive_write_add_filter_none
+     : filter == Filter::Gzip ? archive_write_add_filter_gzip
+                              : archive_write_add_filter_zstd)(a);
     bool ok = archive_write_open_filename_w(a, file.wstring().c_str()) == ARCHIVE_OK;
     for (size_t i = 0; ok && i < items.size(); ++i) {
         const ArchiveItem& item = items[i];

@@ -3,7 +3,6 @@
 #include <boost/filesystem/operations.hpp>
 #include <cstdint>
 #include <map>
-#include <tuple>
 #include "pack/PackOptions.h"
 #include "support/ArchiveBuilder.h"
 #include "support/ChildProcess.h"
@@ -14,15 +13,9 @@ namespace {
 namespace fs = boost::filesystem;
 using orvik::testing::Quoted, orvik::testing::ReadBytes, orvik::testing::WriteBytes;
 
-TEST(PackOptionsTest, ReadsEveryOptionAndRefusesWrongCommandLines) {
+// Wrong command lines are refused with the reason (right ones are packed by the tool below).
+TEST(PackOptionsTest, WrongCommandLinesAreRefusedWithTheReason) {
     std::wstring error;
-    const auto options = ParsePackOptions({L"--output", L"o.exe", L"--force", L"--template",
-                                           L"t.exe", L"--payload", L"p", L"--online-install", L"x"},
-                                          error);
-    ASSERT_TRUE(options) << error;
-    EXPECT_EQ(std::make_tuple(L"t.exe", L"o.exe", L"", L"p", L"x", true),
-              std::tie(options->templatePath, options->outputPath, options->payloadDirectory,
-                       options->payloadFile, options->onlineInstallFile, options->force));
     const std::wstring t = L"--template", o = L"--output";
     const std::pair<std::vector<std::wstring>, std::wstring> refused[] = {
         {{t, L"t"}, L"--template and --output are required"},
