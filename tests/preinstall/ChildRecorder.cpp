@@ -6,16 +6,14 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cwchar>
 #include <string>
 #include "shared/TextConversion.h"
 #include "shared/utils/FileBytes.h"
 
 int wmain(int argc, wchar_t** argv) {
-    std::wstring line = argc > 2 ? L"\"" + std::wstring(argv[2]) + L"\"" : L"";
     if (argc > 2 && std::wstring(argv[1]) == L"--launch") {
-        for (int i = 3; i < argc; ++i) {
-            line += L" " + std::wstring(argv[i]);
-        }
+        std::wstring line = std::wcsstr(::GetCommandLineW(), L"--launch ") + 9;
         STARTUPINFOW startup{};
         startup.cb = sizeof(startup);
         PROCESS_INFORMATION process{};

@@ -6,8 +6,8 @@ set -euo pipefail
 nm=$1 defs=$2 status=0
 shift 2
 for program in "$@"; do
-  missing=$(comm -12 <("$nm" "$program" | awk '$1 == "00000000" && $2 == "A" {print $3}' | sort -u) \
-    <(awk 'NR > 2 && NF {print "_" $1}' "$defs"/*.def | sort -u))
+  missing=$(comm -12 <(awk 'NR > 2 && NF {print "_" $1}' "$defs"/*.def | sort -u) \
+    <("$nm" "$program" | awk '$1 == "00000000" && $2 == "A" {print $3}' | sort -u))
   [ -z "$missing" ] || { echo "$program: delay-loaded without a thunk:" $missing; status=1; }
 done
 exit $status
