@@ -1,260 +1,279 @@
+// The real template run as setup.exe, the recording child as "bin\Install.exe" and the manager.
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+#include <algorithm>
+#include <functional>
 #include <sstream>
-
-#include <boost/filesystem/operations.hpp>
-
 #include "shared/ErrorMessage.h"
-#include "shared/utils/RegistryString.h"
+#include "support/ArchiveBuilder.h"
 #include "support/ChildProcess.h"
 #include "support/RegistryFixture.h"
-#include "support/ScratchDirectory.h"
-
-#include "BootstrapperFixture.h"
+#include "support/TestData.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
+namespace fs = boost::filesystem;
+namespace t = orvik::testing;
+using t::Quoted, t::ReadBytes, t::WriteBytes;
 
-TEST_F(BootstrapperTest, PlainRunInstallsFromBinAndReturnsTheChildsCode) {
-    InstallChild("1234");
-    const auto result = Bootstrap(L"--passive extra");
-    EXPECT_EQ(1234, result.exitCode) << result.output;
-    const auto records = Records();
-    ASSERT_EQ(1u, records.size());
-    const std::string& line = records[0];
-    const std::string bin = orvik::pkgshared::WideToUtf8((scratch_ / L"bin").wstring());
-    EXPECT_EQ(0u, line.find("Install.exe|" + bin + "|")) << line;
-    const std::string head =
-        " install orvik-package-manager orvik-package-manager-upgrader "
-        "orvik-package-manager-released-feed launch orvik-package-manager --passive "
-        "--prevent-reboot --config=\"";
-    const size_t headAt = line.find(head);
-    ASSERT_NE(std::string::npos, headAt) << line;
-    const size_t configStart = headAt + head.size();
-    const size_t configEnd = line.find('"', configStart);
-    const std::string config = line.substr(configStart, configEnd - configStart);
-    EXPECT_NE(std::string::npos, config.find("orvikpkg_preinstall-")) << config;
-    EXPECT_EQ("\" --update-feeds --force-essential --force-locked", line.substr(configEnd)) << line;
-    // The working directory is gone after the run.
-    EXPECT_FALSE(fs::exists(fs::path(orvik::pkgshared::Utf8ToWide(config)).parent_path()));
-}
+const std::wstring kManagerKey = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
+const std::string kOnlineXml =
+    "<orvikpkgOnlineInstall schemaVersion=\"26.5.0.49297\"><downloadItem uri=\"https://x.invalid/"
+    "s.xml\"/><progressTitle value=\"Suite\"/></orvikpkgOnlineInstall>";
 
-TEST_F(BootstrapperTest, ObsoleteOptionsEndTheRunBeforeAnyChild) {
-    InstallChild("0");
-    EXPECT_EQ(-126318, Bootstrap(L"/q").exitCode);
-    EXPECT_EQ(-126318, Bootstrap(L"--passive --bootstrapper").exitCode);
-    EXPECT_TRUE(Records().empty());
-}
-
-// The logs folder of the prefix's user, where the run's log and the error
-// report go when no "logs-directory" is configured.
-TEST_F(BootstrapperTest, MissingInstallerIsReportedInTheLogs) {
-    const std::string before = ReadBytes(DefaultLogs() / L"errorlog.txt");
-    const int leftBefore = LeftWorkingDirectories();
-    const auto result = Bootstrap(L"--quiet");
-    EXPECT_EQ(-126304, result.exitCode);
-    EXPECT_EQ(leftBefore, LeftWorkingDirectories());  // a failed run cleans up too
-    const std::string report = ReadBytes(DefaultLogs() / L"errorlog.txt").substr(before.size());
-    EXPECT_NE(std::string::npos,
-              report.find("Exception in PreInstall::ReportError. Error code: -126304"))
-        << report;
-    EXPECT_NE(std::string::npos, report.find("Preinstall threw an exception")) << report;
-    EXPECT_NE(std::string::npos, report.find("File: source\\preinstall\\Main")) << report;
-
-    // The run's own log: named after the time and the process, one event a line.
-    fs::path log;
-    const std::wstring suffix = L"_" + std::to_wstring(result.processId) + L".txt";
-    for (fs::directory_iterator it(DefaultLogs() / L"OrvikPkgLogs"), end; it != end; ++it) {
-        const std::wstring name = it->path().filename().wstring();
-        if (name.rfind(L"OrvikPkgLog_", 0) == 0 && name.size() > suffix.size() &&
-            name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
-            log = it->path();
+class BootstrapperTest : public ::testing::Test {
+protected:
+    void SetUp() override { UseFolder(L"run"); }
+    void TearDown() override { t::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna"); }
+    // Starts over in a new folder `name`: setup.exe is the template, no package manager.
+    void UseFolder(const std::wstring& name) {
+        base_ = scratch_ / name.c_str();
+        fs::create_directories(base_ / L"bin" / L"resources");
+        fs::copy_file(bin_ / L"preinstall.exe", base_ / L"setup.exe");
+        ::SetEnvironmentVariableW(L"ORVIK_RECORD_FILE", (base_ / L"record").c_str());
+        t::DeleteRegistryTree(HKEY_LOCAL_MACHINE, L"Software\\Calvenna");
+    }
+    // The recording child as the manager: path in the 32-bit view, version in the 64-bit one.
+    fs::path InstallPackageManager(const wchar_t* version) {
+        const fs::path program = base_ / L"orvikpkg.exe";
+        fs::copy_file(bin_ / L"child_recorder.exe", program);
+        t::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableFullPath",
+                             program.wstring(), KEY_WOW64_32KEY);
+        if (version != nullptr) {
+            t::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableVersion", version,
+                                 KEY_WOW64_64KEY);
+        }
+        return program;
+    }
+    // The recording child as "bin\Install.exe", with the files of a suite when asked; the
+    // children exit with `codes` in turn.
+    void InstallChild(const std::string& codes, bool suite = false) {
+        fs::copy_file(bin_ / L"child_recorder.exe", base_ / L"bin" / L"Install.exe");
+        WriteBytes(base_ / L"record.codes", codes);
+        if (suite) {
+            WriteBytes(base_ / L"bin" / L"suite.dat", "suite");
+            WriteBytes(base_ / L"bin" / L"resources" / L"config.dat", "config");
         }
     }
-    ASSERT_FALSE(log.empty());
-    std::istringstream lines(ReadBytes(log));
-    int count = 0;
-    for (std::string line; std::getline(lines, line); ++count) {
-        EXPECT_EQ(' ', line[15]) << line;
-        EXPECT_NE(std::string::npos, line.find(": ", 16)) << line;
+    std::string TarGz(const std::vector<t::ArchiveItem>& items) {
+        EXPECT_TRUE(t::WriteArchive(base_ / L"made", t::Format::Tar, t::Filter::Gzip, items));
+        return ReadBytes(base_ / L"made");
     }
-    EXPECT_GE(count, 3);
-}
-
-TEST_F(BootstrapperTest, SilentChildCodesPassThrough) {
-    const std::string reportsBefore = ReadBytes(DefaultLogs() / L"errorlog.txt");
-    InstallChild("");
-    for (const char* code : {"-125071", "-125818", "-125029"}) {
-        WriteBytes(record_.wstring() + L".codes", code);
-        EXPECT_EQ(std::atoi(code), Bootstrap(L"--passive").exitCode) << code;
+    // Packs setup.exe, forced, with `option` naming a file of `bytes`.
+    void Pack(const std::wstring& option, const std::string& bytes) {
+        WriteBytes(base_ / L"packed", bytes);
+        fs::remove(base_ / L"setup.exe");
+        const auto pack =
+            t::Pack(L"--template " + Quoted(bin_ / L"preinstall.exe") + L" --force " + option +
+                        Quoted(base_ / L"packed") + L" --output " + Quoted(base_ / L"setup.exe"),
+                    base_);
+        ASSERT_EQ(0, pack.exitCode) << pack.output;
     }
-    EXPECT_EQ(3u, Records().size());
-    EXPECT_EQ(reportsBefore, ReadBytes(DefaultLogs() / L"errorlog.txt"));  // nothing reported
-}
-
-TEST_F(BootstrapperTest, SuiteWithCurrentPackageManagerInstallsThenLaunches) {
-    InstallChild("0,0");
-    WriteBytes(scratch_ / L"bin" / L"suite.dat", "suite");
-    InstallPackageManager(L"99.0");
-    const auto result = Bootstrap(L"--quiet --no-winquel-mutex --custom");
-    ASSERT_EQ(0, result.exitCode) << result.output;
-    const auto records = Records();
-    ASSERT_EQ(2u, records.size());
-    const std::string bin = orvik::pkgshared::WideToUtf8((scratch_ / L"bin").wstring());
-    EXPECT_EQ(0u, records[0].find("Install.exe|"));
-    EXPECT_EQ(0u, Parameters(records[0])
-                      .find("install orvik-package-manager orvik-package-manager-upgrader "
-                            "orvik-package-manager-released-feed --hide-completion --quiet "
-                            "--prevent-reboot --config=\""))
-        << records[0];
-    EXPECT_EQ(0u, records[1].find("orvikpkg.exe|" + bin + "|"));
-    const std::string launch = Parameters(records[1]);
-    EXPECT_EQ(0u, launch.find("install-suite suite.dat --quiet --no-winquel-mutex --config=\""))
-        << launch;
-    EXPECT_EQ(launch.size() - 9, launch.find(" --custom")) << launch;
-}
-
-TEST_F(BootstrapperTest, OlderPackageManagerInstallsWithTheProductThenFallsBack) {
-    InstallChild("-125818,0,7");
-    WriteBytes(scratch_ / L"bin" / L"suite.dat", "suite");
-    InstallPackageManager(nullptr);  // no version recorded: not current
-    EXPECT_EQ(7, Bootstrap(L"--passive").exitCode);
-    const auto records = Records();
-    ASSERT_EQ(3u, records.size());
-    EXPECT_EQ(0u, Parameters(records[0])
-                      .find("install-suite suite.dat --passive --install-orvikpm-with-product "
-                            "--update-feeds --config=\""))
-        << records[0];
-    EXPECT_NE(std::string::npos, Parameters(records[1]).find("--hide-completion --passive"));
-    EXPECT_EQ(0u, records[2].find("orvikpkg.exe|"));
-}
-
-TEST_F(BootstrapperTest, PayloadIsExtractedAndRemovedAfterTheRun) {
-    const fs::path payload = scratch_ / L"payload-source";
-    fs::create_directories(payload);
-    fs::copy_file(bin_ / L"child_recorder.exe", payload / L"Install.exe");
-    WriteBytes(payload / L"suite.dat", "suite");
-    const fs::path packed = scratch_ / L"packed.exe";
-    ASSERT_NO_FATAL_FAILURE(Pack(packed, L"--payload-dir " + Quoted(payload)));
-    WriteBytes(record_.wstring() + L".codes", "55");
-    EXPECT_EQ(55, orvik::testing::Run(Quoted(packed) + L" --quiet", scratch_.Path()).exitCode);
-    const auto records = Records();
-    ASSERT_EQ(1u, records.size());
-    const std::string directory = Directory(records[0]);
-    EXPECT_NE(std::string::npos, directory.find("orvikpkg_preinstall-")) << directory;
-    EXPECT_EQ("payload", fs::path(directory).filename().string());
-    // The install mode is chosen from the folder beside the program, before
-    // extraction: without "bin\suite.dat" this is a plain install.
-    EXPECT_NE(std::string::npos, Parameters(records[0]).find("launch orvik-package-manager"));
-    EXPECT_FALSE(fs::exists(fs::path(orvik::pkgshared::Utf8ToWide(directory)).parent_path()));
-}
-
-TEST_F(BootstrapperTest, RebootRequestOfASuiteInstallBecomesTheBootstrappersCode) {
-    InstallChild("-125071");
-    WriteBytes(scratch_ / L"bin" / L"suite.dat", "suite");
-    InstallPackageManager(L"99.0");
-    EXPECT_EQ(-126300, Bootstrap(L"--passive").exitCode);  // no question under --passive
-    EXPECT_EQ(1u, Records().size());
-}
-
-TEST_F(BootstrapperTest, OptionsReachBothCommandLines) {
-    InstallChild("0,0");
-    WriteBytes(scratch_ / L"bin" / L"suite.dat", "suite");
-    fs::create_directories(scratch_ / L"bin" / L"resources");
-    WriteBytes(scratch_ / L"bin" / L"resources" / L"config.dat", "config");
-    InstallPackageManager(L"99.0");
-    EXPECT_EQ(0, Bootstrap(L"--autoinstall-orvikpkg --accept-eulas --prevent-reboot "
-                           L"--hide-completion --no-winquel-mutex --passive --passive x=1")
-                     .exitCode);
-    const auto records = Records();
-    ASSERT_EQ(2u, records.size());
-    const std::string install = Parameters(records[0]);
-    EXPECT_EQ(0u, install.find("install orvik-package-manager orvik-package-manager-upgrader "
-                               "orvik-package-manager-released-feed --hide-completion "
-                               "--passive --prevent-reboot --config=\""))
-        << install;
-    EXPECT_NE(std::string::npos, install.find("\" --no-winquel-mutex --update-feeds")) << install;
-    const std::string launch = Parameters(records[1]);
-    const std::string config =
-        orvik::pkgshared::WideToUtf8((scratch_ / L"bin" / L"resources" / L"config.dat").wstring());
-    EXPECT_EQ(0u, launch.find("install-suite suite.dat --passive --accept-eulas --prevent-reboot "
-                              "--hide-completion --no-winquel-mutex --custom-resource-config=\"" +
-                              config + "\" --config=\""))
-        << launch;
-    EXPECT_EQ(launch.size() - 15, launch.find("\" --passive x=1")) << launch;
-}
-
-TEST_F(BootstrapperTest, OnlineInstallerLaunchesTheDownload) {
-    InstallChild("0,0");
-    InstallPackageManager(L"99.0");
-    const fs::path xml = scratch_ / L"online.xml";
-    WriteBytes(xml,
-               "<orvikpkgOnlineInstall schemaVersion=\"26.5.0.49297\"><downloadItem "
-               "uri=\"https://example.invalid/suite.xml\"/><progressTitle value=\"Suite\"/>"
-               "</orvikpkgOnlineInstall>");
-    const fs::path packed = scratch_ / L"online.exe";
-    ASSERT_NO_FATAL_FAILURE(Pack(packed, L"--online-install " + Quoted(xml)));
-    EXPECT_EQ(0, orvik::testing::Run(Quoted(packed) + L" --passive --accept-eulas", scratch_.Path())
-                     .exitCode);
-    const auto records = Records();
-    ASSERT_EQ(2u, records.size());
-    EXPECT_NE(std::string::npos, Parameters(records[0]).find("--hide-completion --passive"));
-    EXPECT_EQ("--uri=https://example.invalid/suite.xml --passive --accept-eulas",
-              Parameters(records[1]));
-}
-
-TEST_F(BootstrapperTest, WindowsOlderThan1607IsRefused) {
-    InstallChild("0");
-    const std::wstring key = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
-    const auto original = orvik::pkgshared::ReadRegistryString(HKEY_LOCAL_MACHINE, key.c_str(),
-                                                               L"CurrentBuildNumber");
-    ASSERT_TRUE(original);
-    orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"CurrentBuildNumber", L"14392", 0);
-    const auto result = Bootstrap(L"--passive");
-    orvik::testing::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"CurrentBuildNumber", *original, 0);
-    EXPECT_EQ(-126359, result.exitCode);
-    EXPECT_TRUE(Records().empty());
-}
-
-// A window of another process, found by class and caption within `seconds`.
-HWND WaitForWindow(const wchar_t* windowClass, const wchar_t* caption, int seconds) {
-    for (int i = 0; i < seconds * 10; ++i) {
-        if (HWND found = ::FindWindowW(windowClass, caption)) {
-            return found;
+    static long WorkingDirectories() {
+        return std::count_if(fs::directory_iterator(fs::temp_directory_path()), {}, [](auto& e) {
+            return e.path().filename().string().rfind("orvikpkg_preinstall-", 0) == 0;
+        });
+    }
+    // A message box of the run is handed once to `onBox_`; without it, it fails the test.
+    bool Watch(const PROCESS_INFORMATION& p) {
+        for (HWND box = nullptr; (box = ::FindWindowExW(nullptr, box, L"#32770", nullptr));) {
+            DWORD owner = 0;
+            ::GetWindowThreadProcessId(box, &owner);
+            if (owner == p.dwProcessId && ::IsWindowVisible(box) && box != seen_) {
+                EXPECT_TRUE(onBox_) << "a message box appeared";
+                onBox_ ? onBox_(seen_ = box) : (void)::PostMessageW(seen_ = box, WM_CLOSE, 0, 0);
+            }
         }
-        ::Sleep(100);
+        return ++rounds_ < 480;
     }
-    return nullptr;
+    // Runs setup.exe to its end (two minutes at most): its exit code, what errorlog.txt gained and
+    // the code in it (0: nothing), the children it started ("program|directory|parameters", with
+    // the run's folder written {scratch} and its working directory {work}).
+    void Bootstrap(const std::wstring& arguments) {
+        const std::string errors = ReadBytes(errorLog_);
+        const long left = WorkingDirectories();
+        rounds_ = 0;
+        const auto run = t::Run(Quoted(base_ / L"setup.exe") + L" " + arguments, base_,
+                                [this](const PROCESS_INFORMATION& p) { return Watch(p); });
+        EXPECT_LT(rounds_, 480) << "the run did not end";
+        exit_ = run.exitCode;
+        report_ = ReadBytes(errorLog_).substr(errors.size());
+        children_.clear();
+        EXPECT_EQ(left, WorkingDirectories()) << "working directories left";
+        const size_t code = report_.find("Error code: ");
+        reported_ = code != std::string::npos ? std::atoi(&report_[code + 12]) : !report_.empty();
+        const std::string base = pkgshared::WideToUtf8(base_.wstring());
+        std::istringstream in(ReadBytes(base_ / L"record"));
+        for (std::string line; std::getline(in, line); children_.push_back(line)) {
+            // The command line's program, quoted or not, goes.
+            const size_t bar = line.find('|', line.find('|') + 1) + 1;
+            const size_t end = line[bar] == '"' ? line.find('"', bar + 1) + 1 : line.find(' ', bar);
+            line = line.substr(0, bar) + (end < line.size() ? line.substr(end + 1) : "");
+            for (size_t at; (at = line.find(base)) != std::string::npos;) {
+                line.replace(at, base.size(), "{scratch}");
+            }
+            for (size_t at; (at = line.find("orvikpkg_preinstall-")) != std::string::npos;) {
+                const size_t start = line.find_last_of("|\"", at) + 1;
+                line.replace(start, line.find_first_of("\\\"|", at) - start, "{work}");
+            }
+        }
+        fs::remove(base_ / L"record");
+    }
+    t::ScratchDirectory scratch_;
+    const fs::path bin_ = t::BinDirectory();
+    const fs::path errorLog_ = fs::path(_wgetenv(L"LOCALAPPDATA")) /
+                               L"Calvenna\\Orvik Package Manager\\Logs\\errorlog.txt";
+    fs::path base_;
+    std::function<void(HWND)> onBox_;
+    HWND seen_ = nullptr;
+    int rounds_ = 0;
+    std::int32_t exit_ = 0, reported_ = 0;
+    std::string report_;
+    std::vector<std::string> children_;
+};
+
+// Every kind of run and fault, end to end: the run's exit code, the code errorlog.txt gains, the
+// children started (each by a prefix: program, directory, start of its parameters), and that no
+// working directory is left, nor anything in a temporary folder (TMP and TEMP) of the row's own.
+TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
+    enum { kSuite = 1, kManager = 2, kOldManager = 4, kPayload = 8, kOnline = 16 };
+    enum { kReadOnlyTemp = 64, kTinyTemp = 128, kGoneTemp = 256, kLogsBlocked = 512 };
+    struct Row {
+        const char* codes;  // of the children in turn; null: no "bin\Install.exe"
+        int kind;
+        std::string packed;  // the payload or description packed into setup.exe (kPayload, kOnline)
+        std::wstring arguments;
+        std::int32_t exitCode, reported;
+        std::vector<std::string> children;
+    };
+    // The payloads: truncated, without an installer, 3 MB unpacked from a few kilobytes.
+    const std::string in = "Install.exe|", bin = in + "{scratch}\\bin|", pm = "orvikpkg.exe|",
+                      work = in + "{work}\\payload|install orvik-package-manager ",
+                      product = bin + "install-suite suite.dat --passive --install-orvikpm-with",
+                      half = TarGz({{"Install.exe", t::RandomBytes(400000, 1)}}).substr(0, 150000),
+                      readme = TarGz({{"readme.txt", "x"}}),
+                      big = TarGz({{"Install.exe", "MZ"}, {"b", std::string(3000000, 'z')}}),
+                      recorder = ReadBytes(bin_ / L"child_recorder.exe"),
+                      payload = TarGz({{"Install.exe", recorder, 0755}, {"suite.dat", "s"}}),
+                      unclosed = "<orvikpkgOnlineInstall schemaVersion=\"26.5\">";
+    const std::int32_t crash = static_cast<std::int32_t>(EXCEPTION_ACCESS_VIOLATION);
+    const Row rows[] = {
+        {"1234", 0, "", L"--passive", 1234, -126308, {bin}},
+        // The mode comes from the folder beside the program, before the payload is extracted.
+        {"55", kPayload, payload, L"--passive", 55, -126308, {work}},
+        {"0", 0, "", L"/q", -126318, -126318, {}},
+        {nullptr, 0, "", L"--quiet", -126304, -126304, {}},
+        {"-125071", 0, "", L"--passive", -125071, 0, {in}},
+        {"-125818", 0, "", L"--passive", -125818, 0, {in}},
+        {"-125029", 0, "", L"--passive", -125029, 0, {in}},
+        {"0,0", kSuite | kManager, "", L"--accept-eulas --passive", 0, 0, {bin + "install o", pm}},
+        // A manager without a version is older: the installer tries with the product first.
+        {"-125818,0,7", kSuite | kOldManager, "", L"--passive", 7, -126309, {product, in, pm}},
+        {"-125071", kSuite | kManager, "", L"--passive", -126300, 0, {in}},
+        // No reboot question without --passive or --quiet either: a box fails the row.
+        {"-125071", kSuite | kManager, "", L"--prevent-reboot", -126300, 0, {in}},
+        {"0,0", kOnline | kManager, kOnlineXml, L"--passive", 0, 0, {in, pm}},
+        {nullptr, kPayload, half, L"--quiet", -125213, -125213, {}},
+        {nullptr, kPayload, readme, L"--quiet", -126304, -126304, {}},
+        {nullptr, kOnline | kManager, unclosed, L"--quiet", -126312, -126312, {}},
+        {"crash", 0, "", L"--quiet", crash, -126308, {in}},
+        {"0", kReadOnlyTemp, "", L"--quiet", -125098, -125098, {}},
+        {"0", kGoneTemp, "", L"--quiet", 0, 0, {in}},  // passed over for the next one offered
+        {nullptr, kPayload | kTinyTemp, big, L"--quiet", -125121, -125121, {}},
+        // The manager's orvikpkg.ini puts the logs under a file: the run goes on.
+        {"0", kManager | kLogsBlocked, "", L"--quiet", 0, 0, {in}},
+    };
+    // Mounted by the test run as root: a read-only file system and one of 1 MiB.
+    const char *readOnly = std::getenv("ORVIK_READONLY_FS"), *tiny = std::getenv("ORVIK_TINY_FS");
+    const fs::path blocker = scratch_ / L"blocker";
+    WriteBytes(blocker, "a file");
+    // No crash dialog from Wine's debugger: a crashing child just ends.
+    t::SetRegistryValue(HKEY_CURRENT_USER, L"Software\\Wine\\WineDbg", L"ShowCrashDialog",
+                        REG_DWORD, "\0\0\0\0", 4, 0);
+    const std::wstring tmp = _wgetenv(L"TMP"), temp = _wgetenv(L"TEMP");  // as the test started
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        const char* mount = row.kind & kReadOnlyTemp ? readOnly : tiny;
+        if ((row.kind & (kReadOnlyTemp | kTinyTemp)) && mount == nullptr) {
+            std::cout << "[ SKIPPED  ] row " << &row - rows << ": its file system is not mounted\n";
+            continue;
+        }
+        UseFolder(L"row" + std::to_wstring(&row - rows));
+        if (row.kind & (kPayload | kOnline)) {
+            ASSERT_NO_FATAL_FAILURE(
+                Pack(row.kind & kPayload ? L"--payload " : L"--online-install ", row.packed));
+        }
+        if (row.codes != nullptr) {
+            InstallChild(row.codes, row.kind & kSuite);
+        }
+        if (row.kind & (kManager | kOldManager)) {
+            InstallPackageManager(row.kind & kManager ? L"99.0" : nullptr);
+        }
+        if (row.kind & kLogsBlocked) {
+            t::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"Path", base_.wstring(),
+                                 KEY_WOW64_32KEY);
+            WriteBytes(base_ / L"orvikpkg.ini",
+                       "[Settings]\r\nlogs-directory=" + (blocker / L"logs").string());
+        }
+        const std::wstring folder = row.kind & kGoneTemp ? (base_ / L"gone\\tmp").wstring()
+                                    : row.kind & (kReadOnlyTemp | kTinyTemp) ? t::WinePath(mount)
+                                                                             : L"";
+        const auto held = [&] {
+            return fs::exists(folder) ? std::distance(fs::directory_iterator(folder), {}) : -1;
+        };
+        const auto before = held();
+        ::SetEnvironmentVariableW(L"TMP", (folder.empty() ? tmp : folder).c_str());
+        ::SetEnvironmentVariableW(L"TEMP", (folder.empty() ? temp : folder).c_str());
+        Bootstrap(row.arguments);
+        ::SetEnvironmentVariableW(L"TMP", tmp.c_str());
+        ::SetEnvironmentVariableW(L"TEMP", temp.c_str());
+        EXPECT_EQ(row.exitCode, exit_);
+        EXPECT_EQ(row.reported, reported_) << report_;
+        EXPECT_EQ(before, held());
+        ASSERT_EQ(row.children.size(), children_.size());
+        for (size_t i = 0; i < children_.size(); ++i) {
+            EXPECT_EQ(row.children[i], children_[i].substr(0, row.children[i].size()));
+        }
+    }
+    EXPECT_FALSE(fs::exists(blocker / L"logs"));
 }
 
+// Without --passive or --quiet the error is shown in a box with an OK button only.
 TEST_F(BootstrapperTest, InteractiveErrorsAreShownInAMessageBox) {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process{};
-    std::wstring commandLine = Quoted(setup_);
-    ASSERT_TRUE(::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                                 nullptr, &startup, &process));
-    const orvik::pkgshared::UniqueHandle processHandle(process.hProcess);
-    const orvik::pkgshared::UniqueHandle threadHandle(process.hThread);
-
-    HWND box = WaitForWindow(L"#32770", L"Orvik Package Manager", 60);
-    ASSERT_NE(nullptr, box) << "no message box appeared";
-    wchar_t text[1024] = {};
-    ::GetDlgItemTextW(box, 0xFFFF, text, 1024);  // the message box's text control
-    EXPECT_EQ(orvik::pkgshared::FormatErrorMessage(-126304, 0,
-                                                   (scratch_ / L"bin" / L"Install.exe").wstring()),
-              std::wstring(text));
-    EXPECT_NE(nullptr, ::GetDlgItem(box, IDOK));
-    EXPECT_EQ(nullptr, ::GetDlgItem(box, IDCANCEL));
-    ::PostMessageW(box, WM_COMMAND, IDOK, 0);
-
-    ASSERT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(process.hProcess, 60000));
-    DWORD exitCode = 0;
-    ::GetExitCodeProcess(process.hProcess, &exitCode);
-    EXPECT_EQ(-126304, static_cast<std::int32_t>(exitCode));
+    std::wstring text(1024, L'\0');
+    onBox_ = [&](HWND box) {
+        text.resize(::GetDlgItemTextW(box, 0xFFFF, text.data(), 1024));  // the text control
+        EXPECT_TRUE(::GetDlgItem(box, IDOK) && !::GetDlgItem(box, IDCANCEL)) << "OK alone";
+        ::PostMessageW(box, WM_COMMAND, IDOK, 0);
+    };
+    Bootstrap(L"");
+    EXPECT_EQ(pkgshared::FormatErrorMessage(-126304, 0, (base_ / L"bin\\Install.exe").wstring()),
+              text);
+    EXPECT_EQ(-126304, exit_);
 }
 
+using FaultTest = BootstrapperTest;
+
+// In a suite run the manager is launched from the path the registry holds; a value that is not a
+// string counts as absent, so the launch fails naming the value, even when its bytes spell a path.
+TEST_F(FaultTest, RegistryValuesOfTheWrongKindCountAsAbsent) {
+    const std::string absent =
+        pkgshared::WideToUtf8(pkgshared::FormatErrorMessage(-126304, 0, L"GUIExecutableFullPath"));
+    for (const DWORD type : {REG_SZ, REG_DWORD, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY}) {
+        SCOPED_TRACE(type);
+        UseFolder(L"type" + std::to_wstring(type));
+        InstallChild("0,0", true);
+        // The path ended twice, as a REG_MULTI_SZ would be.
+        const std::wstring path = InstallPackageManager(L"99.0").wstring() + L'\0';
+        t::SetRegistryValue(HKEY_LOCAL_MACHINE, kManagerKey, L"GUIExecutableFullPath", type,
+                            path.c_str(), static_cast<DWORD>(path.size() * 2 + 2), KEY_WOW64_32KEY);
+        Bootstrap(L"--quiet");
+        EXPECT_EQ(type == REG_SZ ? 0 : -126304, exit_);
+        EXPECT_EQ(type == REG_SZ ? 2u : 1u, children_.size());
+        EXPECT_EQ(type != REG_SZ, report_.find(absent) != std::string::npos);
+    }
+}
 }  // namespace
 }  // namespace orvik::pkgui::preinstall

@@ -2,105 +2,91 @@
 
 #include <windows.h>
 
-#include <aclapi.h>
 #include <sddl.h>
-
-#include <algorithm>
-
 #include "preinstall/PreInstallPlatformWin.h"
 #include "preinstall/WorkingDirectorySecurity.h"
 #include "shared/Exception.h"
-#include "shared/utils/WinResources.h"
+#include "support/ChildProcess.h"
 #include "support/FakeSession.h"
 #include "support/RegistryFixture.h"
-#include "support/ScratchDirectory.h"
+#include "support/Thrown.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
-
 const std::wstring kDotNetKey = L"SOFTWARE\\Microsoft\\NET Framework Setup\\NDP\\v4\\Full";
 
-// The real adapters of the run, against the test prefix.
 class PreInstallPlatformWinTest : public ::testing::Test {
 protected:
     void SetUp() override { orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, kDotNetKey); }
-    void TearDown() override { orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, kDotNetKey); }
-    void Release(DWORD type, const void* bytes, DWORD size) {
-        orvik::testing::SetRegistryValue(HKEY_LOCAL_MACHINE, kDotNetKey, L"Release", type, bytes,
-                                         size, KEY_WOW64_32KEY);
-    }
+    void TearDown() override { SetUp(); }
     orvik::testing::FakeSession session_;
     PreInstallPlatformWin platform_{session_, nullptr, ::GetModuleHandleW(nullptr)};
+    orvik::testing::ScratchDirectory scratch_;
 };
 
+// Release 528048 or newer, read from the 32-bit view as far as four bytes go, whatever its type.
 TEST_F(PreInstallPlatformWinTest, DotNetFramework48IsRelease528048OrNewer) {
     EXPECT_FALSE(platform_.IsDotNetFramework48Installed());  // no key
-    const DWORD below = 528047;
-    Release(REG_DWORD, &below, sizeof(below));
-    EXPECT_FALSE(platform_.IsDotNetFramework48Installed());
-    for (const DWORD release : {528048u, 533320u}) {
-        Release(REG_DWORD, &release, sizeof(release));
-        EXPECT_TRUE(platform_.IsDotNetFramework48Installed()) << release;
+    const struct {
+        DWORD type, release, view;
+        bool installed;
+    } rows[] = {{REG_DWORD, 528047, KEY_WOW64_32KEY, false},
+                {REG_DWORD, 528048, KEY_WOW64_32KEY, true},
+                {REG_BINARY, 528048, KEY_WOW64_32KEY, true},
+                {REG_DWORD, 528048, KEY_WOW64_64KEY, false}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, kDotNetKey);
+        orvik::testing::SetRegistryValue(HKEY_LOCAL_MACHINE, kDotNetKey, L"Release", row.type,
+                                         &row.release, 4, row.view);
+        EXPECT_EQ(row.installed, platform_.IsDotNetFramework48Installed());
     }
-    // Another type is read as far as four bytes go.
-    const DWORD binary = 528048;
-    Release(REG_BINARY, &binary, sizeof(binary));
-    EXPECT_TRUE(platform_.IsDotNetFramework48Installed());
     const wchar_t text[] = L"528048";  // longer than four bytes: not read
-    Release(REG_SZ, text, sizeof(text));
-    EXPECT_FALSE(platform_.IsDotNetFramework48Installed());
-    // Only the 32-bit view counts.
-    orvik::testing::DeleteRegistryTree(HKEY_LOCAL_MACHINE, kDotNetKey);
-    const DWORD release = 528048;
-    orvik::testing::SetRegistryValue(HKEY_LOCAL_MACHINE, kDotNetKey, L"Release", REG_DWORD,
-                                     &release, sizeof(release), KEY_WOW64_64KEY);
+    orvik::testing::SetRegistryValue(HKEY_LOCAL_MACHINE, kDotNetKey, L"Release", REG_SZ, text,
+                                     sizeof(text), KEY_WOW64_32KEY);
     EXPECT_FALSE(platform_.IsDotNetFramework48Installed());
 }
 
-TEST_F(PreInstallPlatformWinTest, SystemChecksOfTheTestPrefix) {
-    EXPECT_TRUE(platform_.IsWow64());  // a 32-bit process in a 64-bit prefix
-    EXPECT_TRUE(platform_.IsElevated());
-    EXPECT_TRUE(platform_.IsWindows10Version1607OrNewer());
-    EXPECT_TRUE(platform_.IsRunningOnWine());
-    const auto messages = session_.logger.Messages();
-    ASSERT_FALSE(messages.empty());
-    EXPECT_EQ(0u, messages.back().find(L"Running on Wine version: ")) << messages.back();
-    EXPECT_GT(messages.back().size(), std::wstring(L"Running on Wine version: ").size());
-}
-
-TEST_F(PreInstallPlatformWinTest, CommandLineSkipsTheProgramName) {
-    const std::vector<std::wstring> arguments = platform_.CommandLineArguments();
-    // The test runner passes at least the test filter.
-    ASSERT_FALSE(arguments.empty());
-    EXPECT_TRUE(std::any_of(arguments.begin(), arguments.end(), [](const std::wstring& a) {
-        return a.rfind(L"--gtest_filter=", 0) == 0;
-    }));
-}
-
-TEST_F(PreInstallPlatformWinTest, WaitForProcessRefusesAMissingFile) {
-    try {
-        platform_.WaitForProcess(L"C:\\no\\such\\Install.exe", L"", L"C:\\");
-        FAIL() << "nothing was thrown";
-    } catch (const orvik::pkgshared::Exception& e) {
-        EXPECT_EQ(-126304, e.GetErrorCode());
-        EXPECT_EQ(L"C:\\no\\such\\Install.exe", e.GetMessageArgument0());
+// The arguments after the program name, split and unquoted as Windows does: this program runs
+// itself again with a known command line, and that run compares what it was given.
+TEST_F(PreInstallPlatformWinTest, CommandLineArgumentsFollowTheProgramName) {
+    const std::wstring filter = L"--gtest_filter=*.CommandLineArgumentsFollowTheProgramName";
+    const std::vector<std::wstring> expected = {filter, L"two words", L"say \"hi\"", L"a\\\"b",
+                                                L"",    L"c:\\x y\\", L"last"};
+    if (::GetEnvironmentVariableW(L"ORVIK_ARGUMENTS_CHILD", nullptr, 0) != 0) {
+        EXPECT_EQ(expected, platform_.CommandLineArguments());
+        return;
     }
-    const auto messages = session_.logger.Messages();
-    EXPECT_NE(messages.end(), std::find(messages.begin(), messages.end(),
-                                        L"Error: WaitForProcess ShellExecuteExW "
-                                        L"kOrvikPkgResult_ProblemWhenLaunchingRequiredFile"));
+    wchar_t self[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, self, MAX_PATH);
+    ::SetEnvironmentVariableW(L"ORVIK_ARGUMENTS_CHILD", L"1");
+    const auto child = orvik::testing::Run(
+        L"\"" + std::wstring(self) + L"\" " + filter +
+            L" \"two words\" \"say \\\"hi\\\"\" a\\\\\\\"b \"\" \"c:\\x y\\\\\" last",
+        scratch_.Path());
+    ::SetEnvironmentVariableW(L"ORVIK_ARGUMENTS_CHILD", nullptr);
+    EXPECT_EQ(0, child.exitCode) << child.output;
+    EXPECT_NE(std::string::npos, child.output.find("[  PASSED  ] 1 test")) << child.output;
 }
 
-// The ACL the run puts on its working directory. Wine accepts it but keeps
-// only what Unix permissions can hold, so the ACL is checked where it is
-// handed to the system: entry by entry, by what each grants.
-TEST(WorkingDirectorySecurityTest, OnlyAdministratorsAndSystemMayWrite) {
-    const orvik::testing::ScratchDirectory scratch;
-    const std::wstring directory = scratch.Path().wstring();
+// A missing file and a file that is no program are both refused before the shell is asked.
+TEST_F(PreInstallPlatformWinTest, WaitForProcessRefusesWhatItCannotLaunch) {
+    const std::wstring text = (scratch_ / L"text.exe").wstring(), missing = L"C:\\no\\x.exe";
+    orvik::testing::WriteBytes(text, "not a program");
+    for (const auto& [file, line] : {std::pair{missing, 231}, std::pair{text, 223}}) {
+        orvik::testing::ExpectThrows([&] { platform_.WaitForProcess(file, L"", L"C:\\"); },
+                                     {-126304, {file}, L"source\\preinstall\\Main", line});
+    }
+}
+
+// The working directory's ACL, where it is handed to the system (Wine keeps only what Unix
+// permissions hold): SYSTEM and Administrators may do anything, the user ("S-1-5-21-...") and the
+// owner's implicit rights only read and run. A refusal there is the directory error.
+TEST(WorkingDirectorySecurityTest, OnlyAdministratorsAndSystemMayWriteAndARefusalIsAnError) {
+    const std::wstring directory = L"C:\\x";
     std::vector<std::pair<std::wstring, ACCESS_MASK>> entries;
-    std::wstring target;
     RestrictWorkingDirectory(directory, [&](const std::wstring& path, void* acl) {
-        target = path;
+        EXPECT_EQ(directory, path);
         ACL_SIZE_INFORMATION size{};
         ::GetAclInformation(static_cast<PACL>(acl), &size, sizeof(size), AclSizeInformation);
         for (DWORD i = 0; i < size.AceCount; ++i) {
@@ -110,52 +96,21 @@ TEST(WorkingDirectorySecurityTest, OnlyAdministratorsAndSystemMayWrite) {
             EXPECT_EQ(OBJECT_INHERIT_ACE | CONTAINER_INHERIT_ACE, ace->Header.AceFlags);
             LPWSTR sid = nullptr;
             ::ConvertSidToStringSidW(reinterpret_cast<PSID>(&ace->SidStart), &sid);
-            entries.emplace_back(sid, ace->Mask);
+            entries.emplace_back(i == 2 ? std::wstring(sid).substr(0, 9) : sid, ace->Mask);
             ::LocalFree(sid);
         }
         return 0ul;
     });
-    EXPECT_EQ(directory, target);
-    ASSERT_EQ(4u, entries.size());
-    EXPECT_EQ(L"S-1-5-18", entries[0].first);            // SYSTEM
-    EXPECT_EQ(L"S-1-5-32-544", entries[1].first);        // Administrators
-    EXPECT_EQ(L"S-1-3-4", entries[3].first);             // the owner's implicit rights
-    EXPECT_EQ(0u, entries[2].first.find(L"S-1-5-21-"));  // the user
-    constexpr ACCESS_MASK kWriting = FILE_WRITE_DATA | FILE_APPEND_DATA | FILE_WRITE_EA |
-                                     FILE_WRITE_ATTRIBUTES | FILE_DELETE_CHILD | DELETE |
-                                     WRITE_DAC | WRITE_OWNER;
-    for (size_t i = 0; i < 2; ++i) {
-        EXPECT_EQ(static_cast<ACCESS_MASK>(FILE_ALL_ACCESS), entries[i].second) << i;
-    }
-    for (size_t i = 2; i < 4; ++i) {
-        EXPECT_EQ(0u, entries[i].second & kWriting) << i;
-        EXPECT_EQ(static_cast<ACCESS_MASK>(FILE_GENERIC_READ | FILE_GENERIC_EXECUTE),
-                  entries[i].second)
-            << i;
-    }
+    const ACCESS_MASK all = FILE_ALL_ACCESS, read = FILE_GENERIC_READ | FILE_GENERIC_EXECUTE;
+    const decltype(entries) expected = {
+        {L"S-1-5-18", all}, {L"S-1-5-32-544", all}, {L"S-1-5-21-", read}, {L"S-1-3-4", read}};
+    EXPECT_EQ(expected, entries);
+    const auto e = orvik::testing::Thrown([&] {
+        RestrictWorkingDirectory(directory, [](const std::wstring&, void*) { return 5ul; });
+    });
+    ASSERT_TRUE(e);
+    EXPECT_EQ(-125098, e->GetErrorCode());
+    EXPECT_EQ(L"5|C:\\x", e->GetMessageArgument0() + L"|" + e->GetMessageArgument1());
 }
-
-TEST(WorkingDirectorySecurityTest, RefusalIsTheDirectoryError) {
-    const orvik::testing::ScratchDirectory scratch;
-    try {
-        RestrictWorkingDirectory(scratch.Path().wstring(),
-                                 [](const std::wstring&, void*) { return 5ul; });
-        FAIL() << "nothing was thrown";
-    } catch (const orvik::pkgshared::Exception& e) {
-        EXPECT_EQ(-125098, e.GetErrorCode());
-        EXPECT_EQ(L"5", e.GetMessageArgument0());
-        EXPECT_EQ(scratch.Path().wstring(), e.GetMessageArgument1());
-    }
-}
-
-// The run's own directory goes through the same step and still works.
-TEST_F(PreInstallPlatformWinTest, WorkingDirectoryIsCreatedRestrictedAndRemoved) {
-    const std::wstring directory = platform_.CreateWorkingDirectory();
-    EXPECT_NE(INVALID_FILE_ATTRIBUTES, ::GetFileAttributesW(directory.c_str()));
-    orvik::testing::WriteBytes(directory + L"\\payload.tar.gz", "x");
-    platform_.DeleteWorkingDirectory(directory);
-    EXPECT_EQ(INVALID_FILE_ATTRIBUTES, ::GetFileAttributesW(directory.c_str()));
-}
-
 }  // namespace
 }  // namespace orvik::pkgui::preinstall

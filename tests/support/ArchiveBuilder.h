@@ -1,96 +1,62 @@
 #pragma once
-// Builds real archives for tests with libarchive's writer.
 #include <gtest/gtest.h>
 
 #include <archive.h>
 #include <archive_entry.h>
-
-#include <string>
-#include <utility>
-#include <vector>
-
 #include <boost/filesystem/path.hpp>
-
+#include <string>
+#include <vector>
 #include "shared/TextConversion.h"
 
 namespace orvik::testing {
-
+// A directory when `name` (UTF-8) ends with '/'; a symbolic link to `symlink` or a hard link to
+// the entry `hardlink` when given; otherwise a regular file of `data`.
 struct ArchiveItem {
-    ArchiveItem(std::string name, std::string data, int mode = 0644, std::string symlink = {},
-                std::string hardlink = {})
-        : name(std::move(name)),
-          data(std::move(data)),
-          mode(mode),
-          symlink(std::move(symlink)),
-          hardlink(std::move(hardlink)) {}
-    std::string name;  // UTF-8; ends with '/' for a directory
-    std::string data;
-    int mode;
-    std::string symlink;   // UTF-8; makes the entry a symbolic link to it
-    std::string hardlink;  // UTF-8; makes the entry a hard link to that entry
+    std::string name, data;
+    int mode = 0644;
+    std::string symlink = {}, hardlink = {};
 };
 
 enum class Format { Tar, Ar, Raw };
 enum class Filter { None, Gzip, Zstd };
 
-// Writes `items` as an archive file; returns false when libarchive refused.
+// Writes `items` as an archive file with libarchive; returns false when it refused.
 inline bool WriteArchive(const boost::filesystem::path& file, Format format, Filter filter,
                          const std::vector<ArchiveItem>& items) {
     archive* a = archive_write_new();
-    switch (format) {
-        case Format::Tar:
-            archive_write_set_format_pax(a);
-            break;
-        case Format::Ar:
-            archive_write_set_format_ar_svr4(a);
-            break;
-        case Format::Raw:
-            archive_write_set_format_raw(a);
-            break;
-    }
-    if (filter == Filter::Gzip) {
-        archive_write_add_filter_gzip(a);
-    } else if (filter == Filter::Zstd) {
-        archive_write_add_filter_zstd(a);
-    }
+    (format == Format::Tar  ? archive_write_set_format_pax
+     : format == Format::Ar ? archive_write_set_format_ar_svr4
+                            : archive_write_set_format_raw)(a);
+    (filter == Filter::None   ? archive_write_add_filter_none
+     : filter == Filter::Gzip ? archive_write_add_filter_gzip
+                              : archive_write_add_filter_zstd)(a);
     bool ok = archive_write_open_filename_w(a, file.wstring().c_str()) == ARCHIVE_OK;
-    for (const ArchiveItem& item : items) {
-        if (!ok) {
-            break;
-        }
-        archive_entry* entry = archive_entry_new();
-        // The wide form: on Windows the C runtime has no UTF-8 locale.
-        archive_entry_copy_pathname_w(entry, pkgshared::Utf8ToWide(item.name).c_str());
+    for (size_t i = 0; ok && i < items.size(); ++i) {
+        const ArchiveItem& item = items[i];
         const bool directory = !item.name.empty() && item.name.back() == '/';
-        archive_entry_set_filetype(entry, directory               ? AE_IFDIR
-                                          : !item.symlink.empty() ? AE_IFLNK
-                                                                  : AE_IFREG);
+        archive_entry* entry = archive_entry_new();
+        // The wide forms: on Windows the C runtime has no UTF-8 locale.
+        archive_entry_copy_pathname_w(entry, pkgshared::Utf8ToWide(item.name).c_str());
         if (!item.symlink.empty()) {
             archive_entry_copy_symlink_w(entry, pkgshared::Utf8ToWide(item.symlink).c_str());
         }
         if (!item.hardlink.empty()) {
             archive_entry_copy_hardlink_w(entry, pkgshared::Utf8ToWide(item.hardlink).c_str());
         }
+        archive_entry_set_filetype(entry, directory              ? AE_IFDIR
+                                          : item.symlink.empty() ? AE_IFREG
+                                                                 : AE_IFLNK);
         archive_entry_set_perm(entry, directory ? 0755 : item.mode);
-        archive_entry_set_size(entry, directory ? 0 : static_cast<la_int64_t>(item.data.size()));
+        archive_entry_set_size(entry, static_cast<la_int64_t>(item.data.size()));
         archive_entry_set_mtime(entry, 1700000000, 0);
-        const int header = archive_write_header(a, entry);
-        const la_ssize_t written = directory || item.data.empty()
-                                       ? 0
-                                       : archive_write_data(a, item.data.data(), item.data.size());
-        ok = header == ARCHIVE_OK &&
-             written == static_cast<la_ssize_t>(directory ? 0 : item.data.size());
-        if (!ok) {
-            ADD_FAILURE() << item.name << ": header " << header << ", wrote " << written;
-        }
+        ok = archive_write_header(a, entry) == ARCHIVE_OK &&
+             archive_write_data(a, item.data.data(), item.data.size()) ==
+                 static_cast<la_ssize_t>(item.data.size());
         archive_entry_free(entry);
     }
     ok = archive_write_close(a) == ARCHIVE_OK && ok;
-    if (!ok) {
-        ADD_FAILURE() << "libarchive: " << (archive_error_string(a) ? archive_error_string(a) : "");
-    }
+    EXPECT_TRUE(ok) << "libarchive: " << (archive_error_string(a) ? archive_error_string(a) : "");
     archive_write_free(a);
     return ok;
 }
-
 }  // namespace orvik::testing

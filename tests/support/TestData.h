@@ -1,14 +1,12 @@
 #pragma once
-// Small helpers shared by the tests.
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <random>
 #include <string>
-
 #include "shared/Exception.h"
 
 namespace orvik::testing {
-
 // `size` bytes of repeatable noise.
 inline std::string RandomBytes(size_t size, unsigned seed) {
     std::mt19937 generator(seed);
@@ -18,7 +16,6 @@ inline std::string RandomBytes(size_t size, unsigned seed) {
     }
     return bytes;
 }
-
 // The code of the Exception `action` throws; 0 when it throws none.
 inline std::int32_t CodeOf(const std::function<void()>& action) {
     try {
@@ -28,15 +25,10 @@ inline std::int32_t CodeOf(const std::function<void()>& action) {
     }
     return 0;
 }
-
-// A copy of the Exception `action` throws; code 0 when it throws none.
-inline pkgshared::Exception Caught(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const pkgshared::Exception& e) {
-        return e;
-    }
-    return pkgshared::Exception(0, nullptr, 0);
+// The path Wine shows for the Unix path `unixPath`: the Unix root is drive Z:.
+inline std::wstring WinePath(const std::string& unixPath) {
+    std::wstring path = L"Z:" + std::wstring(unixPath.begin(), unixPath.end());
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    return path;
 }
-
 }  // namespace orvik::testing

@@ -1,39 +1,17 @@
-// A stand-in for the bootstrapper in packing tests: reads its own
-// resources as the bootstrapper does and unpacks the payload.
-//
-// Usage: payload_probe.exe WORKING_DIRECTORY
-// Writes "online.txt" (URI and title, UTF-8) when the online-install
-// description is present, unpacks the payload into WORKING_DIRECTORY\payload
-// and exits 0, or exits with the error's code.
-#include <cstdio>
-#include <string>
-
+// Stands in for the bootstrapper in packing tests: "payload_probe.exe WORKING_DIRECTORY" reads its
+// payload resource as the bootstrapper does, unpacks it into WORKING_DIRECTORY\payload and exits
+// 0, or exits with the error's code.
 #include "preinstall/NamedDataResource.h"
-#include "preinstall/OnlineInstallInformation.h"
 #include "preinstall/PreInstallPayload.h"
-#include "shared/TextConversion.h"
 
 using namespace orvik::pkgui::preinstall;
 
 int wmain(int argc, wchar_t** argv) {
-    if (argc != 2) {
-        return 2;
-    }
-    const orvik::pkgshared::DirectoryPath working(argv[1]);
     try {
-        OnlineInstallInformation information;
-        information.Load(NamedDataResource(L"ORVIKPKG_ONLINE_INSTALL"));
-        if (information.present) {
-            const std::string text = orvik::pkgshared::WideToUtf8(
-                information.downloadItemUri + L"\n" + information.progressTitle);
-            if (std::FILE* out = _wfopen((working.Path() / L"online.txt").c_str(), L"wb")) {
-                std::fwrite(text.data(), 1, text.size(), out);
-                std::fclose(out);
-            }
-        }
         const NamedDataResource payload(L"ORVIKPKG_PAYLOAD");
-        if (payload.Exists()) {
-            PreInstallPayload extraction(payload.GetData(), payload.GetSize(), working);
+        if (argc == 2 && payload.Exists()) {
+            PreInstallPayload extraction(payload.GetData(), payload.GetSize(),
+                                         orvik::pkgshared::DirectoryPath(argv[1]));
             extraction.Extract(extraction.WriteArchive());
         }
         return 0;
