@@ -4,10 +4,30 @@
 
 #include <commctrl.h>
 
+#include <string>
+#include <vector>
+
 #include "preinstall/MainWindow.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
+
+BOOL CALLBACK CollectProgressWindow(HWND candidate, LPARAM list) {
+    wchar_t name[64] = {};
+    ::GetClassNameW(candidate, name, 64);
+    if (std::wstring(name) == MainWindow::kProgressClassName) {
+        reinterpret_cast<std::vector<HWND>*>(list)->push_back(candidate);
+    }
+    return TRUE;
+}
+
+// The progress-class windows of the thread that runs `window`.
+std::vector<HWND> ProgressWindows(const MainWindow& window) {
+    std::vector<HWND> found;
+    ::EnumThreadWindows(::GetWindowThreadProcessId(window.Handle(), nullptr),
+                        &CollectProgressWindow, reinterpret_cast<LPARAM>(&found));
+    return found;
+}
 
 // The worker asks twice for the window titled `first`, checks that one window
 // titled `second` with a status line and a marquee bar is shown, then finishes it.
@@ -18,8 +38,7 @@ std::int32_t ShowTwiceAndCheck(MainWindow& window, void* context) {
                        reinterpret_cast<WPARAM>(&request), 0);
     }
     HWND progress = window.ProgressHandle();
-    EXPECT_EQ(progress, ::FindWindowExW(nullptr, nullptr, MainWindow::kProgressClassName, 0));
-    EXPECT_EQ(nullptr, ::FindWindowExW(nullptr, progress, MainWindow::kProgressClassName, 0));
+    EXPECT_EQ(std::vector<HWND>{progress}, ProgressWindows(window));
     HWND bar = ::FindWindowExW(progress, nullptr, PROGRESS_CLASSW, nullptr);
     wchar_t text[64] = {};
     ::GetWindowTextW(progress, text, 64);
