@@ -24,9 +24,6 @@ namespace {
 
 using orvik::pkgshared::UniqueHandle;
 
-constexpr unsigned kTestThreadStack = 8u << 20;  // as large as a main thread's may grow
-constexpr DWORD kWatcherBoundMs = 10000;
-
 std::set<DWORD> ThreadIds() {
     std::set<DWORD> ids;
     const UniqueHandle snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
@@ -43,14 +40,13 @@ std::set<DWORD> ThreadIds() {
 
 struct TestRun {
     int result = 1;
-    std::vector<UniqueHandle> watchers;  // the threads watching the test thread
+    std::vector<UniqueHandle> watchers;  // the threads that started to watch the test thread
 };
 
 unsigned __stdcall RunTests(void* context) noexcept {
     auto& run = *static_cast<TestRun*>(context);
-    // Giving this thread its per-thread values now starts its watcher.
     const std::set<DWORD> before = ThreadIds();
-    {
+    {  // giving this thread its per-thread values starts its watcher
         ::testing::TestPartResultArray ignored;
         const ::testing::ScopedFakeTestPartResultReporter reporter(
             ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &ignored);
@@ -70,25 +66,23 @@ int main(int argc, char** argv) {
     ::testing::InitGoogleMock(&argc, argv);
     TestRun run;
     const UniqueHandle thread(reinterpret_cast<HANDLE>(
-        ::_beginthreadex(nullptr, kTestThreadStack, &RunTests, &run, 0, nullptr)));
-    if (!thread) {
-        std::fputs("test main: cannot start the test thread\n", stderr);
+        ::_beginthreadex(nullptr, 8u << 20, &RunTests, &run, 0, nullptr)));  // a main's stack
+    constexpr DWORD kBoundMs = 10000;
+    if (!thread || ::WaitForSingleObject(thread.get(), INFINITE) != WAIT_OBJECT_0) {
+        std::fputs("test main: the test thread did not start\n", stderr);
         return 1;
     }
-    ::WaitForSingleObject(thread.get(), INFINITE);
     std::vector<HANDLE> watchers;
     for (const auto& watcher : run.watchers) {
         if (watcher) {
             watchers.push_back(watcher.get());
         }
     }
-    const DWORD waited = watchers.empty()
-                             ? WAIT_OBJECT_0
-                             : ::WaitForMultipleObjects(static_cast<DWORD>(watchers.size()),
-                                                        watchers.data(), TRUE, kWatcherBoundMs);
-    if (waited != WAIT_OBJECT_0) {
-        std::fprintf(stderr, "test main: the test thread's watcher did not end within %lu ms\n",
-                     kWatcherBoundMs);
+    if (!watchers.empty() &&
+        ::WaitForMultipleObjects(static_cast<DWORD>(watchers.size()), watchers.data(), TRUE,
+                                 kBoundMs) != WAIT_OBJECT_0) {
+        std::fprintf(stderr, "test main: the test thread's watcher did not end in %lu ms\n",
+                     kBoundMs);
         return 1;
     }
     return run.result;
