@@ -30,13 +30,11 @@ inline void SetRegistryString(HKEY root, const std::wstring& subKey, const wchar
 // Deletes `root`\`subKey` with everything below it in both views.
 inline void DeleteRegistryTree(HKEY root, const std::wstring& subKey) {
     for (REGSAM view : {REGSAM{KEY_WOW64_32KEY}, REGSAM{KEY_WOW64_64KEY}}) {
-        const size_t slash = subKey.rfind(L'\\');
-        const std::wstring parent = slash == std::wstring::npos ? L"" : subKey.substr(0, slash);
-        const std::wstring leaf = subKey.substr(slash == std::wstring::npos ? 0 : slash + 1);
         orvik::pkgshared::UniqueHkey key;
-        if (::RegOpenKeyExW(root, parent.c_str(), 0, KEY_ALL_ACCESS | view, key.put()) ==
+        if (::RegOpenKeyExW(root, subKey.c_str(), 0, KEY_ALL_ACCESS | view, key.put()) ==
             ERROR_SUCCESS) {
-            ::RegDeleteTreeW(key.get(), leaf.c_str());
+            ::RegDeleteTreeW(key.get(), nullptr);
+            ::RegDeleteKeyExW(root, subKey.c_str(), view, 0);
         }
     }
 }
