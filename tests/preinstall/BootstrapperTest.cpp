@@ -7,6 +7,7 @@
 #include <functional>
 #include <sstream>
 #include "shared/ErrorMessage.h"
+#include "shared/utils/RegistryString.h"
 #include "support/ArchiveBuilder.h"
 #include "support/ChildProcess.h"
 #include "support/RegistryFixture.h"
@@ -252,6 +253,22 @@ TEST_F(BootstrapperTest, InteractiveErrorsAreShownInAMessageBox) {
     EXPECT_EQ(pkgshared::FormatErrorMessage(-126304, 0, (base_ / L"bin\\Install.exe").wstring()),
               text);
     EXPECT_EQ(-126304, exit_);
+}
+
+// Windows 10 1607 is build 14393: one build older is refused before any child starts.
+TEST_F(BootstrapperTest, Windows10Version1607IsBuild14393OrNewer) {
+    const std::wstring key = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
+    const auto build =
+        pkgshared::ReadRegistryString(HKEY_LOCAL_MACHINE, key.c_str(), L"CurrentBuildNumber");
+    ASSERT_TRUE(build);
+    for (const auto& [text, code] : {std::pair{L"14392", -126359}, {L"14393", 1234}}) {
+        UseFolder(text);
+        InstallChild("1234");
+        t::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"CurrentBuildNumber", text, 0);
+        Bootstrap(L"--passive");
+        t::SetRegistryString(HKEY_LOCAL_MACHINE, key, L"CurrentBuildNumber", *build, 0);
+        EXPECT_EQ(code, exit_) << text;
+    }
 }
 
 using FaultTest = BootstrapperTest;
