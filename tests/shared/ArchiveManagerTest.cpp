@@ -65,17 +65,7 @@ protected:
         ArchiveManager::Unarchive(&callback_, source.wstring(), destination_.wstring(), entries,
                                   type, compression, readOnly);
     }
-    // Every regular file below the destination, by its path below it, with its bytes.
-    Files Unpacked() const {
-        Files files;
-        for (fs::recursive_directory_iterator it(destination_), end; it != end; ++it) {
-            if (fs::is_regular_file(it->path())) {
-                files[it->path().lexically_relative(destination_).generic_wstring()] =
-                    ReadBytes(it->path());
-            }
-        }
-        return files;
-    }
+    Files Unpacked() const { return orvik::testing::FilesBelow(destination_); }
     orvik::testing::ScratchDirectory scratch_;
     const fs::path destination_ = scratch_ / L"out";
     RecordingCallback callback_;

@@ -3,6 +3,7 @@
 
 #include <boost/filesystem.hpp>
 #include <cstdio>
+#include <map>
 #include <string>
 #include "shared/utils/FileBytes.h"
 #include "shared/utils/UniqueFile.h"
@@ -40,5 +41,15 @@ inline void WriteBytes(const bfs::path& file, const std::string& bytes) {
     const pkgshared::UniqueFile out = pkgshared::OpenFile(file.wstring(), "wb");
     ASSERT_NE(nullptr, out) << file.string();
     std::fwrite(bytes.data(), 1, bytes.size(), out.get());
+}
+// Every regular file below `root`, by its '/'-separated path below it, with its bytes.
+inline std::map<std::wstring, std::string> FilesBelow(const bfs::path& root) {
+    std::map<std::wstring, std::string> files;
+    for (bfs::recursive_directory_iterator it(root), end; it != end; ++it) {
+        if (bfs::is_regular_file(it->path())) {
+            files[it->path().lexically_relative(root).generic_wstring()] = ReadBytes(it->path());
+        }
+    }
+    return files;
 }
 }  // namespace orvik::testing

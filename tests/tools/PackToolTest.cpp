@@ -2,7 +2,6 @@
 
 #include <boost/filesystem/operations.hpp>
 #include <cstdint>
-#include <map>
 #include "pack/PackOptions.h"
 #include "support/ArchiveBuilder.h"
 #include "support/ChildProcess.h"
@@ -33,16 +32,6 @@ TEST(PackOptionsTest, WrongCommandLinesAreRefusedWithTheReason) {
 }
 
 // Every regular file below `root` by its relative path, with its bytes.
-std::map<std::wstring, std::string> Tree(const fs::path& root) {
-    std::map<std::wstring, std::string> files;
-    for (fs::recursive_directory_iterator it(root), end; it != end; ++it) {
-        if (fs::is_regular_file(it->status())) {
-            files[it->path().lexically_relative(root).wstring()] = ReadBytes(it->path());
-        }
-    }
-    return files;
-}
-
 class PackToolTest : public ::testing::Test {
 protected:
     orvik::testing::ChildResult Pack(const fs::path& output, const std::wstring& arguments) {
@@ -75,7 +64,7 @@ TEST_F(PackToolTest, FolderRoundTripsThroughTheInstaller) {
     ASSERT_EQ(0, packed.exitCode) << packed.output;
     EXPECT_EQ(std::string::npos, packed.output.find("warning")) << packed.output;
     ASSERT_EQ(0, Probe(scratch_ / L"out.exe"));
-    EXPECT_TRUE(Tree(root) == Tree(run_ / L"payload"));
+    EXPECT_TRUE(orvik::testing::FilesBelow(root) == orvik::testing::FilesBelow(run_ / L"payload"));
 }
 
 // Each command line: the tool's exit code, a piece of its output, and for a built installer the
