@@ -36,18 +36,20 @@ inline ChildResult Run(const std::wstring& commandLine, const boost::filesystem:
     startup.hStdOutput = startup.hStdError = out.get();
     PROCESS_INFORMATION p{};
     std::wstring line = commandLine;
-    if (::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
-                         nullptr, &startup, &p)) {
-        const pkgshared::UniqueHandle process(p.hProcess), thread(p.hThread);
-        while (::WaitForSingleObject(p.hProcess, watch ? 250 : INFINITE) == WAIT_TIMEOUT) {
-            if (!watch(p)) {
-                ::TerminateProcess(p.hProcess, static_cast<UINT>(-1));
-            }
-        }
-        DWORD code = 0;
-        ::GetExitCodeProcess(p.hProcess, &code);
-        result.exitCode = static_cast<std::int32_t>(code);
+    if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
+                          nullptr, &startup, &p)) {
+        result.output = "CreateProcessW failed: error " + std::to_string(::GetLastError());
+        return result;
     }
+    const pkgshared::UniqueHandle process(p.hProcess), thread(p.hThread);
+    while (::WaitForSingleObject(p.hProcess, watch ? 250 : INFINITE) == WAIT_TIMEOUT) {
+        if (!watch(p)) {
+            ::TerminateProcess(p.hProcess, static_cast<UINT>(-1));
+        }
+    }
+    DWORD code = 0;
+    ::GetExitCodeProcess(p.hProcess, &code);
+    result.exitCode = static_cast<std::int32_t>(code);
     result.output = ReadBytes(log);
     return result;
 }
