@@ -81,6 +81,7 @@ TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
     WriteBytes(scratch_ / L"truncated.tar.gz", ReadBytes(good).substr(0, fs::file_size(good) / 2));
     fs::create_directories(scratch_ / L"nested" / L"bin");
     WriteBytes(scratch_ / L"nested" / L"bin" / L"Install.exe", "not at the root");
+    WriteBytes(scratch_ / L"nested" / L"suite.dat", "a suite");
     WriteBytes(scratch_ / L"unclosed.xml", "<orvikpkgOnlineInstall");
     // Sparse, and refused before it is read.
     WriteBytes(scratch_ / L"huge.tar.gz", "");
@@ -100,6 +101,7 @@ TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
          "error: payload entry outside the extraction folder: ../evil.dll", 0},
         {in(L"escaping.tar.gz") + L" --force", 0, "warning: payload entry outside", 0},
         {L"--payload-dir " + Quoted(scratch_ / L"nested"), 0, "no Install.exe at its root", 0},
+        {L"--payload-dir " + Quoted(scratch_ / L"nested"), 0, "payload carries suite.dat", 0},
         {in(L"huge.tar.gz"), 1, ceiling, 0},
         {in(L"huge.tar.gz") + L" --force", 1, ceiling, 0},
         {L"--online-install " + Quoted(scratch_ / L"unclosed.xml"), 1, "-126312", 0},

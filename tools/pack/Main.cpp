@@ -52,11 +52,12 @@ bool Refused(const wchar_t* what, const Exception& e, bool force) {
     return force;
 }
 
-bool IsRootInstaller(std::wstring name) {
+// Whether the entry `name` is the file `file` (lower case) at the payload's root.
+bool IsRootFile(std::wstring name, const wchar_t* file) {
     if (name.rfind(L"./", 0) == 0) {
         name.erase(0, 2);
     }
-    return orvik::pkgshared::ToLowerAscii(name) == L"install.exe";
+    return orvik::pkgshared::ToLowerAscii(name) == file;
 }
 
 // Entries that would land outside the extraction folder are refused, unless
@@ -77,12 +78,22 @@ bool CheckPayload(const std::wstring& payload, bool force) {
     try {
         const auto entries = orvik::pkgshared::ArchiveManager::ReadEntries(
             payload, orvik::pkgshared::kArchiveTar, orvik::pkgshared::kCompressionGzip);
-        bool installer = false;
+        bool installer = false, suite = false;
         for (const auto& entry : entries) {
-            installer = installer || IsRootInstaller(entry.name);
+            installer = installer || IsRootFile(entry.name, L"install.exe");
+            suite = suite || IsRootFile(entry.name, L"suite.dat");
         }
         if (!installer) {
             Print(stderr, L"orvikpkg-pack: warning: the payload has no Install.exe at its root\n");
+        }
+        if (suite) {
+            Print(stderr,
+                  L"orvikpkg-pack: warning: the payload carries suite.dat, but the installer "
+                  L"chooses a suite install only when bin\\suite.dat lies beside it as it starts, "
+                  L"before the payload is unpacked; without that file it installs and launches "
+                  L"the package manager alone. To ship a product installer, also put suite.dat "
+                  L"in a bin folder beside the packed installer; the suite install then reads "
+                  L"the payload's copy.\n");
         }
         return CheckEntryPaths(entries, force);
     } catch (const Exception& e) {
