@@ -120,6 +120,14 @@ TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
             EXPECT_EQ(row.probe, Probe(output));
         }
     }
+    // Out of room, the tool says how much there was and leaves nothing behind.
+    if (const char* tiny = std::getenv("ORVIK_TINY_FS")) {
+        const fs::path full = orvik::testing::WinePath(tiny);
+        const auto packed = Pack(full / L"out.exe", in(L"good.tar.gz"));
+        EXPECT_EQ(1, packed.exitCode);
+        EXPECT_NE(std::string::npos, packed.output.find("bytes free and the installer needs"));
+        EXPECT_TRUE(fs::is_empty(full)) << packed.output;
+    }
 }
 }  // namespace
 }  // namespace orvik::tools::pack

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 
@@ -17,8 +18,30 @@ const WORD kNeutral = MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL);
 
 std::wstring LastError(const std::wstring& what) {
     const DWORD code = ::GetLastError();
-    return what + L": error " + std::to_wstring(code) + L": " +
-           orvik::pkgshared::GetSystemErrorMessage(code);
+    std::wstring text = orvik::pkgshared::GetSystemErrorMessage(code);
+    text.erase(text.find_last_not_of(L" .\r\n") + 1);
+    return what + L": error " + std::to_wstring(code) + L": " + text;
+}
+
+// Room for an installer: the folder it is written to, the bytes free there
+// before writing began, and about how many it needs.
+struct Room {
+    std::wstring folder;
+    std::uint64_t free = 0, needed = 0;
+};
+
+// Why a write failed, from the thread's last error: the Windows error and its
+// text, or that there was none (Wine leaves none when a write runs out of room);
+// either way, when the disk may be full, the room there was.
+std::wstring WriteError(const std::wstring& what, const Room& room) {
+    const DWORD code = ::GetLastError();
+    std::wstring text = code != 0 ? LastError(what) : what + L": Windows gave no reason";
+    if (code == 0 || code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL) {
+        text += L"; " + room.folder + L" had " + std::to_wstring(room.free) +
+                L" bytes free and the installer needs about " + std::to_wstring(room.needed) +
+                L": free space there or write the installer to another folder";
+    }
+    return text;
 }
 
 struct ViewUnmapper {
@@ -66,7 +89,7 @@ bool Map(const std::wstring& path, MappedFile& mapped, std::wstring& error) {
 }
 
 bool Update(const std::wstring& target, const std::vector<ResourceInput>& resources,
-            const std::vector<MappedFile>& mapped, std::wstring& error) {
+            const std::vector<MappedFile>& mapped, const Room& room, std::wstring& error) {
     HANDLE update = ::BeginUpdateResourceW(target.c_str(), FALSE);
     if (update == nullptr) {
         error = LastError(L"cannot update the resources of " + target);
@@ -81,7 +104,7 @@ bool Update(const std::wstring& target, const std::vector<ResourceInput>& resour
         }
     }
     if (!::EndUpdateResourceW(update, FALSE)) {
-        error = LastError(L"cannot write the resources of " + target);
+        error = WriteError(L"cannot write the resources of " + target, room);
         return false;
     }
     return true;
@@ -121,14 +144,27 @@ bool WriteResources(const std::wstring& templatePath, const std::wstring& output
             return false;
         }
     }
+    WIN32_FILE_ATTRIBUTE_DATA templateData{};
+    ::GetFileAttributesExW(templatePath.c_str(), GetFileExInfoStandard, &templateData);
+    Room room;
+    room.needed = (std::uint64_t{templateData.nFileSizeHigh} << 32) | templateData.nFileSizeLow;
+    for (const MappedFile& file : mapped) {
+        room.needed += file.size;
+    }
+    const size_t slash = outputPath.find_last_of(L"\\/");
+    room.folder = slash == std::wstring::npos ? L"." : outputPath.substr(0, slash + 1);
+    ULARGE_INTEGER free{};
+    room.free =
+        ::GetDiskFreeSpaceExW(room.folder.c_str(), &free, nullptr, nullptr) ? free.QuadPart : 0;
     const std::wstring temporary = outputPath + L".partial";
     if (!::CopyFileW(templatePath.c_str(), temporary.c_str(), FALSE)) {
-        error = LastError(L"cannot copy " + templatePath + L" to " + temporary);
+        error = WriteError(L"cannot copy " + templatePath + L" to " + temporary, room);
+        ::DeleteFileW(temporary.c_str());
         return false;
     }
     ::SetFileAttributesW(temporary.c_str(), FILE_ATTRIBUTE_NORMAL);
-    const bool written =
-        Update(temporary, resources, mapped, error) && Compare(temporary, resources, mapped, error);
+    const bool written = Update(temporary, resources, mapped, room, error) &&
+                         Compare(temporary, resources, mapped, error);
     if (written &&
         ::MoveFileExW(temporary.c_str(), outputPath.c_str(), MOVEFILE_REPLACE_EXISTING)) {
         return true;
