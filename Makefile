@@ -4,8 +4,6 @@
 BUILD_DIR ?= build
 BUILD_TYPE ?= MinSizeRel
 CTEST_ARGS ?=
-# Extra arguments for both CMake configure steps (a compiler launcher, say).
-CMAKE_ARGS ?=
 
 SETUP := tools/setup
 TOOLCHAIN_I686 := cmake/toolchain-i686-w64-mingw32.cmake
@@ -36,12 +34,12 @@ deps: setup
 configure: deps
 	cmake -S . -B $(BUILD_DIR) -G Ninja \
 	  -DCMAKE_TOOLCHAIN_FILE=$(TOOLCHAIN_I686) \
-	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_ARGS) \
+	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
 	  -DORVIK_DEPS_PREFIX="$$(cat $(BUILD_DIR)/deps-prefix-i686.txt)"
 	cmake -S . -B $(TOOLS_DIR) -G Ninja \
 	  -DCMAKE_TOOLCHAIN_FILE=$(TOOLCHAIN_X64) \
 	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
-	  -DORVIK_TOOLS_ONLY=ON $(CMAKE_ARGS) \
+	  -DORVIK_TOOLS_ONLY=ON \
 	  -DORVIK_RUNTIME_OUTPUT_DIRECTORY="$(abspath $(BUILD_DIR))/bin" \
 	  -DORVIK_DEPS_PREFIX="$$(cat $(BUILD_DIR)/deps-prefix-x86_64.txt)"
 
