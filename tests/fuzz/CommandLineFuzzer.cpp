@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
     orvik::fuzz::FuzzInput input(data, size);
     std::vector<std::wstring> arguments;
     while (input.Remaining() > 1 && arguments.size() < 64) {
-        arguments.push_back(input.Utf16Until(L'\0'));
+        arguments.push_back(input.Until<wchar_t, 2>(L'\0'));
     }
     try {
         (void)ParseCommandLine(arguments);

@@ -14,24 +14,16 @@ public:
     size_t Remaining() const { return size_ - offset_; }
     // One byte, 0 once the input is used up.
     std::uint8_t Byte() { return offset_ < size_ ? data_[offset_++] : 0; }
-    // Bytes up to the next `separator` (consumed, not returned) or the end.
-    std::string Until(char separator) {
-        std::string text;
-        while (offset_ < size_) {
-            const char c = static_cast<char>(data_[offset_++]);
-            if (c == separator) {
-                break;
+    // Units of `Width` bytes (little-endian) up to the next `separator`
+    // (consumed, not returned) or the end; a last partial unit is left.
+    template <typename Char, size_t Width = 1>
+    std::basic_string<Char> Until(Char separator) {
+        std::basic_string<Char> text;
+        while (offset_ + Width <= size_) {
+            Char c = 0;
+            for (size_t i = 0; i < Width; ++i) {
+                c = static_cast<Char>(c | data_[offset_++] << (8 * i));
             }
-            text += c;
-        }
-        return text;
-    }
-    // UTF-16 code units of the remaining input, two bytes each.
-    std::wstring Utf16Until(wchar_t separator) {
-        std::wstring text;
-        while (offset_ + 1 < size_) {
-            const wchar_t c = static_cast<wchar_t>(data_[offset_] | (data_[offset_ + 1] << 8));
-            offset_ += 2;
             if (c == separator) {
                 break;
             }

@@ -12,7 +12,7 @@
 #include "support/FakeSession.h"
 #include "support/FileLock.h"
 #include "support/ScratchDirectory.h"
-#include "support/TestData.h"
+#include "support/Thrown.h"
 
 namespace orvik::pkgshared {
 namespace {

@@ -1,10 +1,8 @@
 #pragma once
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <random>
 #include <string>
-#include "shared/Exception.h"
 
 namespace orvik::testing {
 // `size` bytes of repeatable noise.
@@ -15,15 +13,6 @@ inline std::string RandomBytes(size_t size, unsigned seed) {
         c = static_cast<char>(generator());
     }
     return bytes;
-}
-// The code of the Exception `action` throws; 0 when it throws none.
-inline std::int32_t CodeOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const pkgshared::Exception& e) {
-        return e.GetErrorCode();
-    }
-    return 0;
 }
 // The path Wine shows for the Unix path `unixPath`: the Unix root is drive Z:.
 inline std::wstring WinePath(const std::string& unixPath) {

@@ -23,6 +23,13 @@ std::optional<E> Thrown(Call&& call) {
     return std::nullopt;
 }
 
+// The code of the Exception `call` throws; 0, with a test failure recorded, when none.
+template <typename Call>
+std::int32_t CodeOf(Call&& call) {
+    const auto e = Thrown(call);
+    return e ? e->GetErrorCode() : 0;
+}
+
 // A raised exception's code, every message argument in order, and the raising
 // source file (without extension) and line.
 struct ExpectedError {

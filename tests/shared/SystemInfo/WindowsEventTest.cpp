@@ -5,7 +5,7 @@
 #include "shared/SystemInfo/RecentWindowsUpdates.h"
 #include "shared/SystemInfo/WindowsEventLog.h"
 #include "support/SystemInfoMocks.h"
-#include "support/TestData.h"
+#include "support/Thrown.h"
 #include "support/WindowsApiMocks.h"
 
 namespace OrvikPkg::SystemInfo {
