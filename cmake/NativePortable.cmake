@@ -19,6 +19,7 @@ set(ORVIK_SOURCE ${ORVIK_ROOT}/source)
 find_package(Boost 1.81.0 EXACT CONFIG REQUIRED COMPONENTS filesystem system date_time)
 find_package(LibArchive 3.6 REQUIRED)
 find_package(pugixml 1.13 CONFIG REQUIRED)
+find_package(ZLIB REQUIRED)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 if(ORVIK_SANITIZE)
@@ -54,4 +55,4 @@ add_library(orvik_native STATIC
   ${ORVIK_SOURCE}/shared/SystemErrorMessagePosix.cpp
   ${ORVIK_SOURCE}/shared/UiLanguagePosix.cpp)
 target_link_libraries(orvik_native PUBLIC orvik_native_settings Boost::filesystem
-  Boost::system Boost::date_time Boost::headers LibArchive::LibArchive pugixml::pugixml)
+  Boost::system Boost::date_time Boost::headers LibArchive::LibArchive pugixml::pugixml ZLIB::ZLIB)

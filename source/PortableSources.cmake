@@ -28,6 +28,7 @@ set(ORVIK_PREINSTALL_PORTABLE_SOURCES
   preinstall/OnlineInstallInformation.cpp
   preinstall/CommandLineOptions.cpp
   preinstall/PackageManagerCommandLine.cpp
+  preinstall/PayloadCheck.cpp
   preinstall/PreInstall.cpp
   preinstall/RebootSystem.cpp
   preinstall/PreInstallOptionObsolete.cpp

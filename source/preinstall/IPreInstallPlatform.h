@@ -32,6 +32,9 @@ public:
     virtual std::unique_ptr<DataResource> OpenResource(const std::wstring& name) = 0;
     // A new, unique temporary directory for this run, created.
     virtual std::wstring CreateWorkingDirectory() = 0;
+    // Lets only administrators write into `directory`. Throws
+    // CouldNotCreateDirectoryException (-125098).
+    virtual void SecureWorkingDirectory(const std::wstring& directory) = 0;
     // Deletes the directory and everything below it; never fails.
     virtual void DeleteWorkingDirectory(const std::wstring& directory) noexcept = 0;
     // Saves and unpacks the payload below `workingDirectory`; returns the

@@ -103,7 +103,9 @@ void PreInstall::ChooseDirectories() {
     } else if (platform_.FileExists(InPackageDirectory(L"suite.dat"))) {
         installMode_ = InstallMode::Suite;
     }
+    // Recorded for removal as soon as it exists.
     workingDirectory_ = platform_.CreateWorkingDirectory();
+    platform_.SecureWorkingDirectory(workingDirectory_);
     Log(L"Install mode " + std::to_wstring(static_cast<int>(installMode_)) +
         L", working directory " + workingDirectory_);
 }

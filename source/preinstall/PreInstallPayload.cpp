@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "shared/ArchiveManager.h"
@@ -18,6 +19,23 @@ constexpr std::int32_t kExtractEmptyCode = -126316;
 constexpr std::int32_t kExtractEmptyLine = 68;
 constexpr std::int32_t kWriteFileErrorCode = -126317;
 constexpr std::int32_t kWriteFileErrorLine = 97;
+// Each part is checked while it is still in the cache, then written.
+constexpr std::uint32_t kWritePart = 1 << 20;
+
+// Writes `size` bytes to `file`, each part added to `check` first; returns
+// the Windows error, ERROR_SUCCESS when all were written.
+DWORD WriteChecked(HANDLE file, const std::uint8_t* data, std::uint32_t size, PayloadCheck& check) {
+    for (std::uint32_t done = 0; done < size;) {
+        const std::uint32_t part = std::min(kWritePart, size - done);
+        check.Add(data + done, part);
+        DWORD written = 0;
+        if (!::WriteFile(file, data + done, part, &written, nullptr)) {
+            return ::GetLastError();
+        }
+        done += part;
+    }
+    return ERROR_SUCCESS;
+}
 
 }  // namespace
 
@@ -38,10 +56,8 @@ FilePath PreInstallPayload::WriteArchive() {
         if (!file) {
             error = ::GetLastError();
         } else {
-            DWORD written = 0;
-            if (!::WriteFile(file.get(), data_, size_, &written, nullptr)) {
-                error = ::GetLastError();
-            }
+            written_ = PayloadCheck();
+            error = WriteChecked(file.get(), data_, size_, written_);
         }
     }
     if (error != ERROR_SUCCESS) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "preinstall/PayloadCheck.h"
 #include "shared/Exception.h"
 #include "shared/NotificationCallbackInterface.h"
 #include "shared/utils/DirectoryPath.h"
@@ -36,6 +37,8 @@ public:
     // overwritten. Throws PreInstallPayloadExtractEmpty or
     // PreInstallPayloadWriteFileError (a partly written file stays).
     orvik::pkgshared::FilePath WriteArchive();
+    // The check of the bytes WriteArchive wrote.
+    const PayloadCheck& Written() const { return written_; }
     // Unpacks the archive (gzip-compressed tar) into "payload"; returns that
     // directory. Errors of the archive manager pass through.
     orvik::pkgshared::DirectoryPath Extract(const orvik::pkgshared::FilePath& archive);
@@ -45,6 +48,7 @@ private:
     std::uint32_t size_;
     orvik::pkgshared::DirectoryPath workingDirectory_;
     PayloadExtractionNotificationCallback callback_;
+    PayloadCheck written_;
 };
 
 // The payload resource has no bytes. No arguments.

@@ -28,6 +28,7 @@ using orvik::pkgshared::Exception;
 
 constexpr std::int32_t kUserCancelled = -125029;
 constexpr std::int32_t kCannotLaunch = -126304;
+constexpr std::int32_t kDamaged = -126311;
 
 // Programs (".exe") must be program images; other files go to the shell,
 // which opens them with their application.
@@ -115,8 +116,11 @@ std::wstring PreInstallPlatformWin::CreateWorkingDirectory() {
     const orvik::pkgshared::DirectoryPath directory(
         session_.GetPathGuide().GetUniqueTempPath(L"orvikpkg_preinstall"));
     directory.Create();
-    RestrictWorkingDirectory(directory.ToString());
     return directory.ToString();
+}
+
+void PreInstallPlatformWin::SecureWorkingDirectory(const std::wstring& directory) {
+    RestrictWorkingDirectory(directory);
 }
 
 void PreInstallPlatformWin::DeleteWorkingDirectory(const std::wstring& directory) noexcept {
@@ -147,7 +151,27 @@ std::wstring PreInstallPlatformWin::ExtractPayload(const DataResource& payload,
                                                    const std::wstring& workingDirectory) {
     PreInstallPayload extraction(payload.GetData(), payload.GetSize(),
                                  orvik::pkgshared::DirectoryPath(workingDirectory));
-    return extraction.Extract(extraction.WriteArchive()).ToString();
+    const orvik::pkgshared::FilePath archive = extraction.WriteArchive();
+    VerifyPayload(extraction.Written());
+    return extraction.Extract(archive).ToString();
+}
+
+void PreInstallPlatformWin::VerifyPayload(const PayloadCheck& written) {
+    const NamedDataResource carried(PayloadCheck::kResourceName);
+    if (!carried.Exists()) {
+        Log(L"The payload was not verified: the installer carries no check of it");
+        return;
+    }
+    const auto expected = PayloadCheck::Decode(carried.GetData(), carried.GetSize());
+    if (expected && *expected == written) {
+        Log(L"The payload matches its check: " + written.Describe());
+        return;
+    }
+    Log(L"Error: the payload does not match its check: " +
+        (expected ? L"expected " + expected->Describe()
+                  : std::wstring(L"the check is unreadable")) +
+        L", found " + written.Describe());
+    ORVIK_THROW(Exception, kDamaged);
 }
 
 bool PreInstallPlatformWin::IsWindows10Version1607OrNewer() {

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "preinstall/IPreInstallPlatform.h"
+#include "preinstall/PayloadCheck.h"
 #include "shared/ISharedSession.h"
 
 namespace orvik::pkgui::preinstall {
@@ -23,6 +24,7 @@ public:
     void MakeWriteable(const std::wstring& path) override;
     std::unique_ptr<DataResource> OpenResource(const std::wstring& name) override;
     std::wstring CreateWorkingDirectory() override;
+    void SecureWorkingDirectory(const std::wstring& directory) override;
     void DeleteWorkingDirectory(const std::wstring& directory) noexcept override;
     std::wstring ExtractPayload(const DataResource& payload,
                                 const std::wstring& workingDirectory) override;
@@ -52,6 +54,10 @@ public:
 
 private:
     void Log(const std::wstring& message);
+    // Compares `written` with the check the installer carries, and logs the
+    // outcome. Throws Exception -126311 when they differ or the carried check
+    // is unreadable; without one the payload is only logged as not verified.
+    void VerifyPayload(const PayloadCheck& written);
 
     orvik::pkgshared::ISharedSession& session_;
     HWND window_;

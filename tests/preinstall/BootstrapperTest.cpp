@@ -141,6 +141,7 @@ protected:
 TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
     enum { kSuite = 1, kManager = 2, kOldManager = 4, kPayload = 8, kOnline = 16 };
     enum { kReadOnlyTemp = 64, kTinyTemp = 128, kGoneTemp = 256, kLogsBlocked = 512 };
+    enum { kFlipMiddle = 1024, kFlipEnd = 2048, kCut = 4096, kNoCheck = 8192 };
     struct Row {
         const char* codes;  // of the children in turn; null: no "bin\Install.exe"
         int kind;
@@ -177,6 +178,11 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         {"-125071", kSuite | kManager, "", L"--prevent-reboot", -126300, 0, {in}},
         {"0,0", kOnline | kManager, kOnlineXml, L"--passive", 0, 0, {in, pm}},
         {nullptr, kPayload, half, L"--quiet", -125213, -125213, {}},
+        // A byte of the payload changed in the middle or near its end, or the end cut off.
+        {nullptr, kPayload | kFlipMiddle, payload, L"--quiet", -126311, -126311, {}},
+        {nullptr, kPayload | kFlipEnd, payload, L"--quiet", -126311, -126311, {}},
+        {nullptr, kPayload | kCut, payload, L"--quiet", -126311, -126311, {}},
+        {"55", kNoCheck, payload, L"--passive", 55, -126308, {work}},  // not verified
         {nullptr, kPayload, readme, L"--quiet", -126304, -126304, {}},
         {nullptr, kOnline | kManager, unclosed, L"--quiet", -126312, -126312, {}},
         {"crash", 0, "", L"--quiet", crash, -126308, {in}},
@@ -205,6 +211,22 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         if (row.kind & (kPayload | kOnline)) {
             ASSERT_NO_FATAL_FAILURE(
                 Pack(row.kind & kPayload ? L"--payload " : L"--online-install ", row.packed));
+        }
+        const fs::path setup = base_ / L"setup.exe";
+        if (row.kind & (kFlipMiddle | kFlipEnd)) {
+            std::string exe = ReadBytes(setup);
+            const size_t at = exe.find(row.packed.substr(0, 64));
+            ASSERT_NE(std::string::npos, at);
+            exe[at + (row.kind & kFlipEnd ? row.packed.size() - 100 : row.packed.size() / 2)] ^= 1;
+            WriteBytes(setup, exe);
+        }
+        if (row.kind & (kCut | kNoCheck)) {  // the payload alone, as another tool would set it
+            std::string bytes =
+                row.packed.substr(0, row.packed.size() - (row.kind & kCut ? 1000 : 0));
+            HANDLE update = ::BeginUpdateResourceW(setup.c_str(), FALSE);
+            ASSERT_TRUE(update && ::UpdateResourceW(update, RT_RCDATA, L"ORVIKPKG_PAYLOAD", 0,
+                                                    bytes.data(), bytes.size()));
+            ASSERT_TRUE(::EndUpdateResourceW(update, FALSE));
         }
         if (row.codes != nullptr) {
             InstallChild(row.codes, row.kind & kSuite);

@@ -64,6 +64,9 @@ protected:
                    : std::make_unique<MemoryDataResource>();
     }
     std::wstring CreateWorkingDirectory() override { return kWork; }
+    void SecureWorkingDirectory(const std::wstring&) override {
+        Has("insecure") ? throw Exception(-125098, L"s", 1) : void();
+    }
     void DeleteWorkingDirectory(const std::wstring& d) noexcept override { deleted_ = d; }
     std::wstring ExtractPayload(const DataResource& p, const std::wstring& w) override {
         return p.GetSize() == kPayload.size() && w == kWork ? kPayloadDir : L"";
@@ -125,6 +128,7 @@ TEST_F(PreInstallTest, Runs) {
         {{}, "payload online busy", {}, "W", 0, L"progress:Suite 2026 "},
         {{L"--quiet"}, "payload", {}, "I", 0, L""},
         {{L"--quiet"}, "unelevated", {}, "", -126306, L"console "},
+        {{L"--quiet"}, "insecure", {}, "", -125098, L"console "},
         {{L"/q"}, "", {}, "", -126318, L"console ", "", L"/q"},
         {{L"/c:x"}, "", {}, "", -126318, L"dialog ", "", L"/c:x"},
         {{}, "32-bit", {}, "", -126359, L"dialog "},

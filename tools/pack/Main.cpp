@@ -17,6 +17,7 @@
 #include "PayloadCeiling.h"
 #include "ResourceWriter.h"
 #include "preinstall/OnlineInstallInformation.h"
+#include "preinstall/PayloadCheck.h"
 #include "shared/ArchiveManager.h"
 #include "shared/ErrorMessage.h"
 #include "shared/TextConversion.h"
@@ -165,10 +166,18 @@ int Pack(const PackOptions& options) {
     }
     std::vector<ResourceInput> resources;
     if (!payload.empty()) {
-        resources.push_back({L"ORVIKPKG_PAYLOAD", payload});
+        // The bootstrapper refuses a payload that no longer matches its check.
+        const auto check = orvik::pkgui::preinstall::PayloadCheck::OfFile(payload);
+        if (!check) {
+            Print(stderr, L"orvikpkg-pack: error: cannot read " + payload + L"\n");
+            return kFailed;
+        }
+        resources.push_back({L"ORVIKPKG_PAYLOAD", payload, {}});
+        resources.push_back(
+            {orvik::pkgui::preinstall::PayloadCheck::kResourceName, {}, check->Encode()});
     }
     if (!options.onlineInstallFile.empty()) {
-        resources.push_back({L"ORVIKPKG_ONLINE_INSTALL", options.onlineInstallFile});
+        resources.push_back({L"ORVIKPKG_ONLINE_INSTALL", options.onlineInstallFile, {}});
     }
     std::wstring error;
     if (!WriteResources(options.templatePath, options.outputPath, resources, error)) {

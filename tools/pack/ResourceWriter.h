@@ -7,6 +7,7 @@ namespace orvik::tools::pack {
 struct ResourceInput {
     std::wstring name;  // an RT_RCDATA resource name
     std::wstring file;  // whose bytes become the resource
+    std::string bytes;  // the resource's bytes instead, when `file` is empty
 };
 
 // Copies `templatePath` to `outputPath` with `resources` added (language

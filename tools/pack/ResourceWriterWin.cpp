@@ -49,15 +49,23 @@ struct ViewUnmapper {
 };
 using UniqueView = std::unique_ptr<const void, ViewUnmapper>;
 
-// A read-only mapping of a whole file.
+// A resource's bytes: a read-only mapping of a whole file, or bytes held by
+// its ResourceInput.
 struct MappedFile {
     UniqueHandle file;
     UniqueHandle mapping;
     UniqueView view;
+    const void* data = nullptr;
     DWORD size = 0;
 };
 
-bool Map(const std::wstring& path, MappedFile& mapped, std::wstring& error) {
+bool Map(const ResourceInput& input, MappedFile& mapped, std::wstring& error) {
+    if (input.file.empty()) {
+        mapped.data = input.bytes.data();
+        mapped.size = static_cast<DWORD>(input.bytes.size());
+        return true;
+    }
+    const std::wstring& path = input.file;
     mapped.file.reset(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!mapped.file) {
@@ -85,6 +93,7 @@ bool Map(const std::wstring& path, MappedFile& mapped, std::wstring& error) {
         error = LastError(L"cannot map " + path);
         return false;
     }
+    mapped.data = mapped.view.get();
     return true;
 }
 
@@ -97,7 +106,7 @@ bool Update(const std::wstring& target, const std::vector<ResourceInput>& resour
     }
     for (size_t i = 0; i < resources.size(); ++i) {
         if (!::UpdateResourceW(update, RT_RCDATA, resources[i].name.c_str(), kNeutral,
-                               const_cast<void*>(mapped[i].view.get()), mapped[i].size)) {
+                               const_cast<void*>(mapped[i].data), mapped[i].size)) {
             error = LastError(L"cannot add " + resources[i].name);
             ::EndUpdateResourceW(update, TRUE);
             return false;
@@ -125,9 +134,9 @@ bool Compare(const std::wstring& target, const std::vector<ResourceInput>& resou
         HGLOBAL loaded = found != nullptr ? ::LoadResource(module.get(), found) : nullptr;
         const void* bytes = loaded != nullptr ? ::LockResource(loaded) : nullptr;
         if (bytes == nullptr || ::SizeofResource(module.get(), found) != mapped[i].size ||
-            std::memcmp(bytes, mapped[i].view.get(), mapped[i].size) != 0) {
+            std::memcmp(bytes, mapped[i].data, mapped[i].size) != 0) {
             error = L"the resource " + resources[i].name + L" read back from " + target +
-                    L" differs from " + resources[i].file;
+                    L" differs from what was written";
             return false;
         }
     }
@@ -140,7 +149,7 @@ bool WriteResources(const std::wstring& templatePath, const std::wstring& output
                     const std::vector<ResourceInput>& resources, std::wstring& error) {
     std::vector<MappedFile> mapped(resources.size());
     for (size_t i = 0; i < resources.size(); ++i) {
-        if (!Map(resources[i].file, mapped[i], error)) {
+        if (!Map(resources[i], mapped[i], error)) {
             return false;
         }
     }

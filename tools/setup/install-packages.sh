@@ -15,7 +15,7 @@ packages=(
   libz-mingw-w64-dev cmake ninja-build googletest dpkg-dev patch python3
   wine wine64 wine32:i386 xvfb xauth xdotool
   # The native build of the portable code, its sanitizers and fuzzers.
-  clang libclang-rt-14-dev libgtest-dev libgmock-dev libarchive-dev libpugixml-dev
+  clang libclang-rt-14-dev libgtest-dev libgmock-dev libarchive-dev libpugixml-dev zlib1g-dev
   libboost1.81-dev libboost-filesystem1.81-dev libboost-system1.81-dev
   libboost-date-time1.81-dev
   # Signing a packed installer, with a throwaway certificate in the tests.
