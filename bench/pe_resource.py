@@ -65,3 +65,19 @@ def read_rcdata(path, name):
                 start = _offset(sections, rva)
                 return data[start:start + size]
     return None
+
+
+def hide_rcdata(source, target, name, hidden):
+    """Copies the PE file `source` to `target` with its resource `name` renamed
+    `hidden` (the same length, sorting after the same neighbours), so that a
+    look-up by `name` no longer finds it."""
+    if len(hidden) != len(name):
+        raise ValueError("the new name must be as long as the old one")
+    with open(source, "rb") as original:
+        data = original.read()
+    # The directory's length-prefixed name, not a copy of the text in the code.
+    old = struct.pack("<H", len(name)) + name.encode("utf-16-le")
+    if data.count(old) != 1:
+        raise ValueError("%s is not named once in %s" % (name, source))
+    with open(target, "wb") as copy:
+        copy.write(data.replace(old, struct.pack("<H", len(name)) + hidden.encode("utf-16-le")))

@@ -28,6 +28,7 @@ import stored_archive  # noqa: E402
 MB = 1000 * 1000
 GIB = 1 << 30
 PAYLOAD_RESOURCE = "ORVIKPKG_PAYLOAD"
+CHECK_RESOURCE = "ORVIKPKG_PAYLOAD_CHECK"
 
 
 def spread(values):
@@ -126,14 +127,21 @@ class Bench:
             out.write(pe_resource.read_rcdata(installer, PAYLOAD_RESOURCE))
         archive_bytes = os.path.getsize(archive)
         shutil.rmtree(folder)
+        # The same installer without its payload check in sight, as another
+        # packing tool would make it: the check's cost.
+        unverified = os.path.join(work, "installer", "OrvikSetupUnverified.exe")
+        pe_resource.hide_rcdata(installer, unverified, CHECK_RESOURCE, CHECK_RESOURCE[:-1] + "X")
 
         repeats = self.repeats if megabytes < 1000 else max(3, self.repeats - 2)
-        ours, bsdtar, native = [], [], []
+        ours, unchecked, bsdtar, native = [], [], [], []
         target = os.path.join(work, "out")
         for _ in range(repeats):
             run = self.bootstrap(installer)
             self.require(run, "the bootstrapper (%s)" % label, child=True)
             ours.append(run)
+            run = self.bootstrap(unverified)
+            self.require(run, "the unverified bootstrapper (%s)" % label, child=True)
+            unchecked.append(run)
             measure.fresh_folder(target)
             run = self.wine.timed([self.bsdtar, "-xzf", measure.wine_path(archive), "-C",
                                    measure.wine_path(target)])
@@ -155,6 +163,12 @@ class Bench:
                  "%.2f" % (statistics.median(rate) / statistics.median(rate_bsdtar)))
         self.row("", "", "tar -xzf, native", text_of(rate_native, "MB/s"),
                  "%.2f" % (statistics.median(rate) / statistics.median(rate_native)))
+        checked_s = statistics.median(r.seconds for r in ours)
+        unchecked_s = statistics.median(r.seconds for r in unchecked)
+        self.row("Payload check %s: start to child start" % label,
+                 text_of([r.seconds for r in ours], "s", digits=2), "the same, not verified",
+                 text_of([r.seconds for r in unchecked], "s", digits=2),
+                 "%+.1f %%" % (100 * (checked_s - unchecked_s) / unchecked_s))
         self.row("Memory %s: peak RssAnon of the Wine process" % label,
                  text_of([r.anon for r in ours], "MiB", 1 / (1 << 20)),
                  "bsdtar.exe, same Wine", text_of([r.anon for r in bsdtar], "MiB", 1 / (1 << 20)),
@@ -167,6 +181,7 @@ class Bench:
             "pack_seconds": pack_seconds,
             "bootstrapper_to_child_s": [r.seconds for r in ours],
             "bootstrapper_total_s": [r.total_seconds for r in ours],
+            "unverified_to_child_s": [r.seconds for r in unchecked],
             "bootstrapper_rss_anon": [r.anon for r in ours],
             "bootstrapper_rss_file": [r.file for r in ours],
             "bsdtar_s": [r.seconds for r in bsdtar], "bsdtar_rss_anon": [r.anon for r in bsdtar],
