@@ -105,6 +105,7 @@ TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
         {in(L"huge.tar.gz"), 1, ceiling, 0},
         {in(L"huge.tar.gz") + L" --force", 1, ceiling, 0},
         {L"--online-install " + Quoted(scratch_ / L"unclosed.xml"), 1, "-126312", 0},
+        {L"--online-install " + Quoted(scratch_ / L"gone.xml"), 1, "gone.xml: No such file", 0},
         {L"--what", 2, "usage: orvikpkg-pack.exe", 0},
     };
     for (const auto& row : rows) {
@@ -120,13 +121,21 @@ TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
             EXPECT_EQ(row.probe, Probe(output));
         }
     }
-    // Out of room, the tool says how much there was and leaves nothing behind.
+    // Out of room, writing the installer or archiving a folder, the tool says what to free and
+    // leaves nothing behind.
     if (const char* tiny = std::getenv("ORVIK_TINY_FS")) {
         const fs::path full = orvik::testing::WinePath(tiny);
-        const auto packed = Pack(full / L"out.exe", in(L"good.tar.gz"));
-        EXPECT_EQ(1, packed.exitCode);
-        EXPECT_NE(std::string::npos, packed.output.find("bytes free and the installer needs"));
-        EXPECT_TRUE(fs::is_empty(full)) << packed.output;
+        fs::create_directory(scratch_ / L"big");
+        WriteBytes(scratch_ / L"big" / L"Install.exe", orvik::testing::RandomBytes(1 << 21, 7));
+        for (const auto& input :
+             {in(L"good.tar.gz"), L"--payload-dir " + Quoted(scratch_ / L"big")}) {
+            const auto packed = Pack(full / L"out.exe", input);
+            EXPECT_EQ(1, packed.exitCode);
+            EXPECT_NE(std::string::npos, packed.output.find("free space there or write the "
+                                                            "installer to another folder"))
+                << packed.output;
+            EXPECT_TRUE(fs::is_empty(full)) << packed.output;
+        }
     }
 }
 }  // namespace

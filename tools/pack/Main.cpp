@@ -5,7 +5,9 @@
 // command line.
 #include <windows.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -37,6 +39,11 @@ void Print(std::FILE* stream, const std::wstring& text) {
     const std::string bytes = orvik::pkgshared::WideToUtf8(text);
     std::fwrite(bytes.data(), 1, bytes.size(), stream);
     std::fflush(stream);
+}
+
+// The C runtime's reason for the last failed call.
+std::wstring ErrnoText() {
+    return orvik::pkgshared::Utf8ToWide(std::strerror(errno));
 }
 
 std::wstring ErrorText(const Exception& e) {
@@ -119,7 +126,7 @@ bool CheckPayloadSize(const std::wstring& payload) {
 bool CheckOnlineInstall(const std::wstring& file, bool force) {
     std::string bytes;
     if (!orvik::pkgshared::ReadFileBytes(file, bytes)) {
-        Print(stderr, L"orvikpkg-pack: error: cannot read " + file + L"\n");
+        Print(stderr, L"orvikpkg-pack: error: cannot read " + file + L": " + ErrnoText() + L"\n");
         return false;
     }
     try {
@@ -169,7 +176,8 @@ int Pack(const PackOptions& options) {
         // The bootstrapper refuses a payload that no longer matches its check.
         const auto check = orvik::pkgui::preinstall::PayloadCheck::OfFile(payload);
         if (!check) {
-            Print(stderr, L"orvikpkg-pack: error: cannot read " + payload + L"\n");
+            Print(stderr,
+                  L"orvikpkg-pack: error: cannot read " + payload + L": " + ErrnoText() + L"\n");
             return kFailed;
         }
         resources.push_back({L"ORVIKPKG_PAYLOAD", payload, {}});

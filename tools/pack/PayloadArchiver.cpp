@@ -4,7 +4,9 @@
 #include <archive_entry.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -28,9 +30,24 @@ struct EntryDeleter {
     void operator()(archive_entry* e) const { archive_entry_free(e); }
 };
 
+// The C runtime's text for `code`.
+std::wstring ErrnoText(int code) {
+    return orvik::pkgshared::Utf8ToWide(std::strerror(code));
+}
+
+// The library's error, with the system's reason when it names one, and what
+// to do when the disk is full.
 std::wstring LibraryError(archive* a) {
     const char* text = archive_error_string(a);
-    return text != nullptr ? orvik::pkgshared::Utf8ToWide(text) : L"unknown libarchive error";
+    std::wstring error =
+        text != nullptr ? orvik::pkgshared::Utf8ToWide(text) : L"unknown libarchive error";
+    if (const int code = archive_errno(a); code > 0) {
+        error += L" (" + ErrnoText(code) + L")";
+        if (code == ENOSPC) {
+            error += L": free space there or write the installer to another folder";
+        }
+    }
+    return error;
 }
 
 // Relative paths of everything below `root`, '/'-separated and sorted.
@@ -51,22 +68,24 @@ bool ListTree(const fs::path& root, std::vector<std::pair<std::wstring, bool>>& 
     return true;
 }
 
-bool CopyFileData(archive* a, const fs::path& file, std::wstring& error) {
+bool CopyFileData(archive* a, const fs::path& file, const std::wstring& archiveFile,
+                  std::wstring& error) {
     const orvik::pkgshared::UniqueFile in = orvik::pkgshared::OpenFile(file.wstring(), "rb");
     if (!in) {
-        error = L"cannot read " + file.wstring();
+        error = L"cannot read " + file.wstring() + L": " + ErrnoText(errno);
         return false;
     }
     std::vector<char> buffer(1 << 16);
     size_t read = 0;
     while ((read = std::fread(buffer.data(), 1, buffer.size(), in.get())) > 0) {
         if (archive_write_data(a, buffer.data(), read) != static_cast<la_ssize_t>(read)) {
-            error = L"cannot archive " + file.wstring() + L": " + LibraryError(a);
+            error = L"cannot write " + archiveFile + L" (at " + file.wstring() + L"): " +
+                    LibraryError(a);
             return false;
         }
     }
     if (std::ferror(in.get())) {
-        error = L"cannot read " + file.wstring();
+        error = L"cannot read " + file.wstring() + L": " + ErrnoText(errno);
         return false;
     }
     return true;
@@ -102,7 +121,8 @@ bool ArchiveDirectory(const std::wstring& directory, const std::wstring& archive
         boost::system::error_code code;
         const auto size = isDirectory ? 0 : fs::file_size(full, code);
         if (code) {
-            error = L"cannot read " + full.wstring();
+            error = L"cannot read " + full.wstring() + L": " +
+                    orvik::pkgshared::Utf8ToWide(code.message());
             return false;
         }
         archive_entry_set_size(entry.get(), static_cast<la_int64_t>(size));
@@ -110,7 +130,7 @@ bool ArchiveDirectory(const std::wstring& directory, const std::wstring& archive
             error = L"cannot archive " + full.wstring() + L": " + LibraryError(a);
             return false;
         }
-        if (!isDirectory && !CopyFileData(a, full, error)) {
+        if (!isDirectory && !CopyFileData(a, full, archiveFile, error)) {
             return false;
         }
     }
