@@ -22,12 +22,14 @@ constexpr std::int32_t kWriteFileErrorLine = 97;
 // Each part is checked while it is still in the cache, then written.
 constexpr std::uint32_t kWritePart = 1 << 20;
 
-// Writes `size` bytes to `file`, each part added to `check` first; returns
-// the Windows error, ERROR_SUCCESS when all were written.
-DWORD WriteChecked(HANDLE file, const std::uint8_t* data, std::uint32_t size, PayloadCheck& check) {
+// Writes `size` bytes to `file`, each part added to `check` first when there
+// is one; returns the Windows error, ERROR_SUCCESS when all were written.
+DWORD WriteChecked(HANDLE file, const std::uint8_t* data, std::uint32_t size, PayloadCheck* check) {
     for (std::uint32_t done = 0; done < size;) {
         const std::uint32_t part = std::min(kWritePart, size - done);
-        check.Add(data + done, part);
+        if (check != nullptr) {
+            check->Add(data + done, part);
+        }
         DWORD written = 0;
         if (!::WriteFile(file, data + done, part, &written, nullptr)) {
             return ::GetLastError();
@@ -43,7 +45,7 @@ PreInstallPayload::PreInstallPayload(const std::uint8_t* data, std::uint32_t siz
                                      DirectoryPath workingDirectory)
     : data_(data), size_(size), workingDirectory_(std::move(workingDirectory)) {}
 
-FilePath PreInstallPayload::WriteArchive() {
+FilePath PreInstallPayload::WriteArchive(bool check) {
     if (data_ == nullptr || size_ == 0) {
         ORVIK_THROW_AT(kExtractEmptyLine, PreInstallPayloadExtractEmpty);
     }
@@ -57,7 +59,7 @@ FilePath PreInstallPayload::WriteArchive() {
             error = ::GetLastError();
         } else {
             written_ = PayloadCheck();
-            error = WriteChecked(file.get(), data_, size_, written_);
+            error = WriteChecked(file.get(), data_, size_, check ? &written_ : nullptr);
         }
     }
     if (error != ERROR_SUCCESS) {

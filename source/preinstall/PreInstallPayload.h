@@ -36,8 +36,8 @@ public:
     // Writes the bytes to a new "payload.tar.gz"; an existing file is never
     // overwritten. Throws PreInstallPayloadExtractEmpty or
     // PreInstallPayloadWriteFileError (a partly written file stays).
-    orvik::pkgshared::FilePath WriteArchive();
-    // The check of the bytes WriteArchive wrote.
+    // With `check`, Written() is then the check of the bytes written.
+    orvik::pkgshared::FilePath WriteArchive(bool check);
     const PayloadCheck& Written() const { return written_; }
     // Unpacks the archive (gzip-compressed tar) into "payload"; returns that
     // directory. Errors of the archive manager pass through.

@@ -151,13 +151,14 @@ std::wstring PreInstallPlatformWin::ExtractPayload(const DataResource& payload,
                                                    const std::wstring& workingDirectory) {
     PreInstallPayload extraction(payload.GetData(), payload.GetSize(),
                                  orvik::pkgshared::DirectoryPath(workingDirectory));
-    const orvik::pkgshared::FilePath archive = extraction.WriteArchive();
-    VerifyPayload(extraction.Written());
+    const NamedDataResource carried(PayloadCheck::kResourceName);
+    const orvik::pkgshared::FilePath archive = extraction.WriteArchive(carried.Exists());
+    VerifyPayload(carried, extraction.Written());
     return extraction.Extract(archive).ToString();
 }
 
-void PreInstallPlatformWin::VerifyPayload(const PayloadCheck& written) {
-    const NamedDataResource carried(PayloadCheck::kResourceName);
+void PreInstallPlatformWin::VerifyPayload(const DataResource& carried,
+                                          const PayloadCheck& written) {
     if (!carried.Exists()) {
         Log(L"The payload was not verified: the installer carries no check of it");
         return;

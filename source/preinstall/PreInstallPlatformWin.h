@@ -54,10 +54,11 @@ public:
 
 private:
     void Log(const std::wstring& message);
-    // Compares `written` with the check the installer carries, and logs the
-    // outcome. Throws Exception -126311 when they differ or the carried check
-    // is unreadable; without one the payload is only logged as not verified.
-    void VerifyPayload(const PayloadCheck& written);
+    // Compares `written` with the check the installer carries (`carried`),
+    // and logs the outcome. Throws Exception -126311 when they differ or the
+    // carried check is unreadable; without one the payload is only logged as
+    // not verified.
+    void VerifyPayload(const DataResource& carried, const PayloadCheck& written);
 
     orvik::pkgshared::ISharedSession& session_;
     HWND window_;
