@@ -5,6 +5,8 @@
 
 #include <boost/format.hpp>
 
+#include "shared/ExceptionFamily.h"
+#include "shared/Raise.h"
 #include "shared/TextConversion.h"
 
 namespace orvik::pkgshared {
@@ -60,7 +62,9 @@ std::optional<std::wstring> ConfigSettings::GetAttribute(const std::wstring& nam
 }
 
 void ConfigSettings::SetAttribute(const std::wstring& name, const std::wstring& value) {
-    store_.SetValue(kSection, WideToUtf8(name), WideToUtf8(value));
+    if (!store_.SetValue(kSection, WideToUtf8(name), WideToUtf8(value))) {
+        ORVIK_THROW(BadArgumentException, name, value, L"SetAttribute");
+    }
     unsaved_ = true;
 }
 

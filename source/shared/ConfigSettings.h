@@ -24,7 +24,9 @@ public:
     int Load();
 
     std::optional<std::wstring> GetAttribute(const std::wstring& name) const override;
-    // Marks the settings as changed; nothing is written until Save.
+    // Marks the settings as changed; nothing is written until Save. Throws
+    // BadArgumentException (name, value, "SetAttribute"), changing nothing,
+    // when the value holds a line break.
     void SetAttribute(const std::wstring& name, const std::wstring& value) override;
     std::vector<std::wstring> ListAttributes() const override;
 

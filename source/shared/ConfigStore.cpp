@@ -1,10 +1,21 @@
 #include "shared/ConfigStore.h"
 
+#include <utility>
+
 namespace orvik::pkgshared {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+}  // namespace
 
 using ini::LineKind;
 
 void ConfigStore::LoadText(std::string_view text) {
+    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+        text.remove_prefix(kByteOrderMark.size());
+        byteOrderMark_ = true;
+    }
     Section* current = sections_.empty() ? nullptr : &sections_.back();
     size_t start = 0;
     while (start < text.size()) {
@@ -20,7 +31,7 @@ void ConfigStore::LoadText(std::string_view text) {
 
         const ini::ParsedLine parsed = ini::ParseLine(raw, options_.read);
         if (parsed.kind == LineKind::Section) {
-            current = &SectionForHeader(parsed.name, current);
+            current = &SectionForHeader(parsed.name, raw, current);
             continue;
         }
         if (current == nullptr) {
@@ -39,26 +50,27 @@ void ConfigStore::LoadText(std::string_view text) {
     }
 }
 
-ConfigStore::Section& ConfigStore::SectionForHeader(const std::string& name, Section* lastRead) {
+ConfigStore::Section& ConfigStore::SectionForHeader(const std::string& name,
+                                                    std::string_view header, Section* lastRead) {
     const bool caseSensitive = options_.caseSensitiveNames;
-    if (lastRead != nullptr && lastRead->hasHeader &&
+    if (lastRead != nullptr && !lastRead->header.empty() &&
         ini::SectionNamesMatch(lastRead->name, name, caseSensitive)) {
         return *lastRead;
     }
     for (Section& section : sections_) {
-        if (section.hasHeader && ini::SectionNamesMatch(section.name, name, caseSensitive)) {
+        if (!section.header.empty() && ini::SectionNamesMatch(section.name, name, caseSensitive)) {
             return section;
         }
     }
-    sections_.push_back(Section{name, true, {}});
+    sections_.push_back(Section{name, std::string(header), {}});
     return sections_.back();
 }
 
 ConfigStore::Section* ConfigStore::FindSection(std::string_view name) {
     for (Section& section : sections_) {
-        const bool unnamed = !section.hasHeader && name.empty();
-        if (unnamed || (section.hasHeader &&
-                        ini::SectionNamesMatch(section.name, name, options_.caseSensitiveNames))) {
+        if (section.header.empty()
+                ? name.empty()
+                : ini::SectionNamesMatch(section.name, name, options_.caseSensitiveNames)) {
             return &section;
         }
     }
@@ -85,16 +97,20 @@ std::optional<std::string> ConfigStore::GetValue(std::string_view section,
     return std::nullopt;
 }
 
-void ConfigStore::SetValue(std::string_view section, std::string_view key, std::string value) {
+bool ConfigStore::SetValue(std::string_view section, std::string_view key, std::string value) {
+    if (value.find_first_of("\r\n") != std::string::npos) {
+        return false;
+    }
     Section* found = FindSection(section);
     if (found == nullptr) {
-        sections_.push_back(Section{std::string(section), !section.empty(), {}});
+        const std::string name(section);
+        sections_.push_back(Section{name, name.empty() ? "" : "[" + name + "]", {}});
         found = &sections_.back();
     }
     for (Line& line : found->lines) {
         if (line.isEntry && KeysMatch(line.entry.key, key)) {
             line.entry.value = std::move(value);
-            return;
+            return true;
         }
     }
     Line line;
@@ -102,6 +118,7 @@ void ConfigStore::SetValue(std::string_view section, std::string_view key, std::
     line.entry.key = std::string(key);
     line.entry.value = std::move(value);
     found->lines.push_back(std::move(line));
+    return true;
 }
 
 std::vector<std::string> ConfigStore::Keys(std::string_view section) const {
@@ -130,17 +147,21 @@ bool ConfigStore::RemoveValue(std::string_view section, std::string_view key) {
 }
 
 int ConfigStore::WriteTo(const ini::LineWriter& write) const {
+    std::string prefix(byteOrderMark_ ? kByteOrderMark : "");
+    const ini::LineWriter writeLine = [&write, &prefix](const std::string& line) {
+        return prefix.empty() ? write(line) : write(std::exchange(prefix, {}) + line);
+    };
     for (const Section& section : sections_) {
-        if (section.hasHeader) {
-            if (const int result = write("[" + section.name + "]"); result != 0) {
+        if (!section.header.empty()) {
+            if (const int result = writeLine(section.header); result != 0) {
                 return result;
             }
         }
         for (const Line& line : section.lines) {
             const int result =
                 line.isEntry ? ini::WriteEntry(line.entry, options_.writer, options_.maxLineLength,
-                                               options_.splitCharacter, write)
-                             : write(line.text);
+                                               options_.splitCharacter, writeLine)
+                             : writeLine(line.text);
             if (result != 0) {
                 return result;
             }

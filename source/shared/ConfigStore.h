@@ -43,7 +43,9 @@ public:
     const Options& GetOptions() const { return options_; }
 
     // Adds the lines of `text` (LF or CRLF line ends) to the store. Lines
-    // before the first section header belong to a section without a name.
+    // before the first section header belong to a section without a name. A
+    // leading UTF-8 byte-order mark is not part of the first line; the store
+    // then writes one again (see WriteTo).
     void LoadText(std::string_view text);
     // Replaces the contents with the file's. Returns 0, -2 when the file does
     // not exist (the store is then empty), or another negative errno value.
@@ -52,14 +54,17 @@ public:
     // The first value of `key` in the first matching section.
     std::optional<std::string> GetValue(std::string_view section, std::string_view key) const;
     // Replaces the first value of `key`, or appends an entry (and the section).
-    void SetValue(std::string_view section, std::string_view key, std::string value);
+    // Returns false, changing nothing, when `value` holds a '\r' or '\n', which
+    // would read back as more than one line.
+    [[nodiscard]] bool SetValue(std::string_view section, std::string_view key, std::string value);
     // The keys of the matching section, in file order.
     std::vector<std::string> Keys(std::string_view section) const;
     // Removes every entry of `key` in the matching section; true when one was removed.
     bool RemoveValue(std::string_view section, std::string_view key);
 
-    // Hands every line (section headers, kept lines, entries) to `write`.
-    // Returns 0 or the first failure.
+    // Hands every line (section headers and kept lines as read, entries) to
+    // `write`, the first one preceded by the byte-order mark that the text
+    // read began with. Returns 0 or the first failure.
     int WriteTo(const ini::LineWriter& write) const;
     // Writes the store to `path` (see SaveOption); on success remembers it.
     int Save(const std::wstring& path);
@@ -73,19 +78,20 @@ private:
     };
     struct Section {
         std::string name;
-        bool hasHeader = false;
+        std::string header;  // the line as read, or "[name]"; empty before the first header
         std::vector<Line> lines;
     };
 
     Section* FindSection(std::string_view name);
     const Section* FindSection(std::string_view name) const;
-    Section& SectionForHeader(const std::string& name, Section* lastRead);
+    Section& SectionForHeader(const std::string& name, std::string_view header, Section* lastRead);
     bool KeysMatch(std::string_view a, std::string_view b) const;
     int SaveDirect(const std::wstring& path) const;
     int SaveSafe(const std::wstring& path) const;
 
     Options options_;
     std::vector<Section> sections_;
+    bool byteOrderMark_ = false;  // the text read began with one
     std::wstring lastSavedPath_;
 };
 

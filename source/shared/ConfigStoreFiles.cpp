@@ -40,6 +40,7 @@ int WriteStoreFile(const ConfigStore& store, const std::wstring& path) {
 
 int ConfigStore::LoadFile(const std::wstring& path) {
     sections_.clear();
+    byteOrderMark_ = false;
     errno = 0;
     const UniqueFile file = OpenFile(path, "rb");
     if (!file) {

@@ -49,8 +49,9 @@ public:
     std::optional<std::wstring> GetString(const std::wstring& name) const override;
 
     // Writes `name` into orvikpkg.ini and saves it. Throws Exception -125069
-    // for "settingsdir" and -125227 when orvikpkg.ini cannot be written (or
-    // the package manager is not installed).
+    // for "settingsdir", -125201 for a value with a line break, and -125227
+    // when orvikpkg.ini cannot be written (or the package manager is not
+    // installed).
     void SetString(const std::wstring& name, const std::wstring& value);
     void SetBool(const std::wstring& name, bool value);
 

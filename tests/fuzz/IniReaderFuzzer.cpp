@@ -12,8 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
     orvik::fuzz::FuzzInput input(data, size);
     const std::uint8_t choice = input.Byte();
     ConfigStore::Options options;
-    options.read = ((choice & 1) ? ini::kKeepEmptyValues : 0u) |
-                   ((choice & 2) ? ini::kColonSeparator : 0u);
+    options.read =
+        ((choice & 1) ? ini::kKeepEmptyValues : 0u) | ((choice & 2) ? ini::kColonSeparator : 0u);
     options.caseSensitiveNames = (choice & 4) != 0;
     options.maxLineLength = (choice & 8) ? 16 : 0;
     options.splitCharacter = (choice & 16) ? ',' : '\0';
@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
         (void)store.GetValue("Settings", key);
     }
     (void)store.GetValue("", "");
-    store.SetValue("Settings", "key", "value");
+    (void)store.SetValue("Settings", "key", "value");
     std::string written;
     store.WriteTo([&written](const std::string& line) {
         written += line;

@@ -8,11 +8,13 @@
 #include "support/Fakes.h"
 #include "support/FileLock.h"
 #include "support/ScratchDirectory.h"
+#include "support/Thrown.h"
 
 namespace orvik::pkgshared {
 namespace {
 
 namespace fs = boost::filesystem;
+using orvik::testing::ExpectThrows;
 using orvik::testing::HoldWithoutSharing;
 using orvik::testing::ReadBytes;
 using orvik::testing::WriteBytes;
@@ -79,7 +81,7 @@ TEST(ConfigSettingsTest, OnlyFileSystemConditionsAreRetried) {
 
 class ConfigSettingsFileTest : public ::testing::Test {
 protected:
-    void SetUp() override { WriteBytes(file_, "[Settings]\r\nkept=1\r\n"); }
+    void SetUp() override { WriteBytes(file_, "\xEF\xBB\xBF[Settings]\r\nkept=1\r\n"); }
     orvik::testing::ScratchDirectory scratch_;
     const fs::path file_ = scratch_ / L"orvikpkg.ini";
     ConfigSettings settings_{file_.wstring()};
@@ -112,10 +114,11 @@ TEST_F(ConfigSettingsFileTest, RetriesEvery100MillisecondsForHalfASecond) {
             EXPECT_TRUE(line.source == L"CLILIB" && line.level == 1);
         }
     }
-    EXPECT_EQ("[Settings]\r\nkept=1\r\nk=v\r\n", ReadBytes(file_));
+    EXPECT_EQ("\xEF\xBB\xBF[Settings]\r\nkept=1\r\nk=v\r\n", ReadBytes(file_));
 }
 
-// An unreadable file is never overwritten, a missing one is created, no change no write.
+// An unreadable file is never overwritten, a missing one is created, no change no write; a
+// value that would read back as two lines is refused.
 TEST_F(ConfigSettingsFileTest, SavesOnlyChangesToFilesItCouldRead) {
     {
         const UniqueHandle lock = HoldWithoutSharing(file_);
@@ -123,11 +126,14 @@ TEST_F(ConfigSettingsFileTest, SavesOnlyChangesToFilesItCouldRead) {
     }
     settings_.SetAttribute(L"k", L"v");
     EXPECT_EQ(-13, settings_.Save(logger_, clock_));
-    EXPECT_EQ("[Settings]\r\nkept=1\r\n", ReadBytes(file_));
+    EXPECT_EQ("\xEF\xBB\xBF[Settings]\r\nkept=1\r\n", ReadBytes(file_));
     const fs::path created = scratch_ / L"new.ini";
     ConfigSettings fresh(created.wstring());
     EXPECT_EQ(-2, fresh.Load());
     fresh.SetAttribute(L"logs-directory", L"C:\\\u65E5");
+    ExpectThrows(
+        [&] { fresh.SetAttribute(L"k", L"a\nb"); },
+        {-125201, {L"k", L"a\nb", L"SetAttribute"}, L"source\\shared\\ConfigSettings", 66});
     EXPECT_EQ(0, fresh.Save(logger_, clock_));
     EXPECT_FALSE(fresh.HasUnsavedChanges());
     EXPECT_EQ("[Settings]\r\nlogs-directory=C:\\\xE6\x97\xA5\r\n", ReadBytes(created));

@@ -55,11 +55,11 @@ ConfigStore Loaded(bool caseSensitive, const char* text) {
     return store;
 }
 
-// Kept lines are written back; a repeated header (names trimmed) continues its section.
+// Headers and kept lines are written as read; a repeated header (names trimmed) continues it.
 TEST(ConfigStoreTest, RewritesWhatItReadAndLooksValuesUp) {
-    const ConfigStore store = Loaded(
-        false, "; c\ntop=1\n[S]\nk = v\nnot a setting\n\n[a]\nx=1\r\n[B]\ny=2\n[ A ]\nz=3\n");
-    EXPECT_EQ("; c\ntop=1\n[S]\nk=v\nnot a setting\n\n[a]\nx=1\nz=3\n[B]\ny=2\n", Text(store));
+    const ConfigStore store =
+        Loaded(false, "; c\ntop=1\n[S] ;m\nk = v\nno key\n\n[a]\nx=1\r\n[B]\ny=2\n[ A ]\nz=3\n");
+    EXPECT_EQ("; c\ntop=1\n[S] ;m\nk=v\nno key\n\n[a]\nx=1\nz=3\n[B]\ny=2\n", Text(store));
     EXPECT_EQ("1", store.GetValue("", "top"));
     EXPECT_EQ("v", store.GetValue("s", "K"));
     EXPECT_EQ("3", store.GetValue("A", "z"));
@@ -71,11 +71,13 @@ TEST(ConfigStoreTest, RewritesWhatItReadAndLooksValuesUp) {
 
 TEST(ConfigStoreTest, SetAndRemoveValues) {
     ConfigStore store;
-    store.LoadText("[s]\nk=1\nk=2\n");
-    store.SetValue("S", "K", "9");
-    store.SetValue("new", "x", "y");
-    store.SetValue("", "g", "h");
-    EXPECT_EQ("[s]\nk=9\nk=2\n[new]\nx=y\ng=h\n", Text(store));
+    store.LoadText("\xEF\xBB\xBF[s]\nk=1\nk=2\n");
+    EXPECT_TRUE(store.SetValue("S", "K", "9") && store.SetValue("new", "x", "y") &&
+                store.SetValue("", "g", "h"));
+    for (const char* lineBreak : {"a\nb", "\r"}) {  // would read back as more than one line
+        EXPECT_FALSE(store.SetValue("new", "z", lineBreak)) << lineBreak;
+    }
+    EXPECT_EQ("\xEF\xBB\xBF[s]\nk=9\nk=2\n[new]\nx=y\ng=h\n", Text(store));
     EXPECT_EQ((Lines{"k", "k"}), store.Keys("S"));
     EXPECT_TRUE(store.RemoveValue("s", "k"));
     EXPECT_FALSE(store.RemoveValue("s", "k"));

@@ -75,6 +75,7 @@ def main():
     for choice in (0, 1, 2, 3, 31):
         write("IniReaderFuzzer", f"options-{choice}", bytes([choice]) + ini +
               b"[settings]\nkey : value\nkey:=other\n[broken\n=novalue\n")
+    write("IniReaderFuzzer", "byte-order-mark", b"\0\xef\xbb\xbf[Settings] ; main\r\nk=v\r\n")
 
     for i, (a, b) in enumerate([("1.2.3", "1.2.4"), ("26.5.0.49297", "26.5.0.49297"),
                                 ("10.0", "9.99.1"), ("1.0-beta", "1.0"), ("", "0")]):
