@@ -152,6 +152,7 @@ class Bench:
             self.require(run, "tar (%s)" % label)
             native.append(run)
         shutil.rmtree(target)
+        self.phases(label, archive, repeats)
 
         rate = [payload_bytes / MB / r.seconds for r in ours]
         rate_bsdtar = [payload_bytes / MB / r.seconds for r in bsdtar]
@@ -187,6 +188,38 @@ class Bench:
             "bsdtar_s": [r.seconds for r in bsdtar], "bsdtar_rss_anon": [r.anon for r in bsdtar],
             "tar_s": [r.seconds for r in native]}
         return archive
+
+    def phases(self, label, archive, repeats):
+        """Where the unpack's time goes: bench-UnpackPhases.exe under the same
+        Wine, the median of each phase over the runs."""
+        program = os.path.join(self.bin, "bench-UnpackPhases.exe")
+        target = os.path.join(self.out, "phases")
+        runs = []
+        for _ in range(repeats):
+            if os.path.exists(target):
+                shutil.rmtree(target)
+            os.sync()
+            result = subprocess.run(["wine", program, measure.wine_path(archive),
+                                     measure.wine_path(target)], env=self.wine.env,
+                                    capture_output=True, timeout=1800)
+            if result.returncode != 0:
+                raise SystemExit("bench-UnpackPhases.exe (%s) failed: %s" % (
+                    label, result.stderr.decode("utf-8", "replace")))
+            runs.append(json.loads(result.stdout.decode("utf-8").strip().splitlines()[-1]))
+        names = [("write_archive", "writing payload.tar.gz (WriteFile, 1 MiB parts)"),
+                 ("crc32", "its CRC-32"),
+                 ("read_inflate", "reading and inflating (headers and data)"),
+                 ("create_entries", "creating files and folders (write_header)"),
+                 ("write_data", "writing file data (write_data_block)"),
+                 ("finish_entries", "closing, times and attributes (finish_entry)"),
+                 ("remove", "removing the folder afterwards")]
+        total = statistics.median(r["to_unpacked"] for r in runs)
+        for key, text in names:
+            values = [r[key] for r in runs]
+            self.row("Phases %s (%d entries): %s" % (label, runs[0]["entries"], text),
+                     text_of(values, "s", digits=2), "of writing and unpacking",
+                     "%.2f s" % total, "%.0f %%" % (100 * statistics.median(values) / total))
+        self.raw["phases-" + label] = runs
 
     # -- start-up ----------------------------------------------------------
 
