@@ -64,12 +64,13 @@ std::mutex& UnpackMutex() {
     return mutex;
 }
 
-// "./name" (or ".\name") loses its leading dot and separator, once.
-std::wstring StripCurrentDirectory(std::wstring name) {
+// destination + name with the platform's separators; "./name" (or ".\name")
+// loses its leading dot and separator, once.
+std::wstring TargetPath(const fs::path& destination, std::wstring name) {
     if (name.size() > 1 && name[0] == L'.' && (name[1] == L'/' || name[1] == L'\\')) {
         name.erase(0, 2);
     }
-    return name;
+    return (destination / name).make_preferred().wstring();
 }
 
 bool IsListed(const std::wstring& name, const std::vector<std::wstring>& entries) {
@@ -285,9 +286,12 @@ void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
         if (archiveType == kArchiveRaw && name == L"data") {
             rawRenameDue = true;
         }
-        const std::wstring target =
-            (destination / StripCurrentDirectory(name)).make_preferred().wstring();
+        const std::wstring target = TargetPath(destination, name);
         archive_entry_copy_pathname_w(entry, target.c_str());
+        // A hard link names another entry, so its target is rewritten alike.
+        if (const wchar_t* link = archive_entry_hardlink_w(entry); link != nullptr && *link) {
+            archive_entry_copy_hardlink_w(entry, TargetPath(destination, link).c_str());
+        }
         if (archive_write_header(writer.get(), entry) != ARCHIVE_OK) {
             ThrowLibraryError(writer.get(), __LINE__);
         }

@@ -43,7 +43,8 @@ public:
     // `readOnly`, entries stored without write permission are made read-only.
     // Progress is notified at most every 16 ms, always at 0.0 percent.
     //
-    // Entry paths are taken as the archive gives them: parent-directory
+    // Entry paths, and hard-link targets (which name entries), are taken as
+    // the archive gives them, below `destinationFolder`: parent-directory
     // components and links are not refused. Throws NullArgumentException,
     // BadArgumentException, Exception -125048 (access denied to the source),
     // FailedToOpenCRuntimeFileException, InvalidArchiveException (-125026),
