@@ -24,6 +24,10 @@ namespace fs = boost::filesystem;
 constexpr std::int32_t kAccessDeniedCode = -125048;
 constexpr std::int32_t kDiskFullCode = -125121;
 constexpr std::int32_t kLibraryErrorCode = -125213;
+// The library's numbers for a start it cannot read as an archive: none of its
+// filters and formats recognises it ("file format", EILSEQ where the system
+// has no EFTYPE), or a compressed stream is damaged ("miscellaneous").
+constexpr int kUnrecognisedFormat = EILSEQ, kDamagedStream = -1;
 constexpr std::int32_t kUnpackNotification = 10;
 constexpr size_t kBlockSize = 10240;
 constexpr std::chrono::nanoseconds kNotificationInterval(16'000'000);
@@ -64,12 +68,13 @@ std::mutex& UnpackMutex() {
     return mutex;
 }
 
-// "./name" (or ".\name") loses its leading dot and separator, once.
-std::wstring StripCurrentDirectory(std::wstring name) {
+// destination + name with the platform's separators; "./name" (or ".\name")
+// loses its leading dot and separator, once.
+std::wstring TargetPath(const fs::path& destination, std::wstring name) {
     if (name.size() > 1 && name[0] == L'.' && (name[1] == L'/' || name[1] == L'\\')) {
         name.erase(0, 2);
     }
-    return name;
+    return (destination / name).make_preferred().wstring();
 }
 
 bool IsListed(const std::wstring& name, const std::vector<std::wstring>& entries) {
@@ -127,19 +132,6 @@ void CreateEmptyRawData(const fs::path& destination) {
     }
 }
 
-// Throws what opening `file` for reading fails with: Exception -125048 when
-// access is denied, FailedToOpenCRuntimeFileException otherwise.
-void ThrowUnlessReadable(const std::wstring& file) {
-    errno = 0;
-    if (OpenFile(file, "rb")) {
-        return;
-    }
-    if (errno == EACCES) {
-        ORVIK_THROW(Exception, kAccessDeniedCode, file);
-    }
-    ORVIK_THROW(FailedToOpenCRuntimeFileException, file, errno);
-}
-
 }  // namespace
 
 void ArchiveReaderDeleter::operator()(archive* reader) const {
@@ -181,14 +173,17 @@ ArchiveReader ArchiveManager::GetSourceArchiveForUnarchive(const std::wstring& s
                         L"GetSourceArchiveForUnarchive");
     }
     ORVIK_CHECK_ARCHIVE(archive_read_support_format_empty(a), a);
-    ThrowUnlessReadable(sourceFile);
     if (archive_read_open_filename_w(a, sourceFile.c_str(), kBlockSize) != ARCHIVE_OK) {
-        if (archive_errno(a) == EACCES) {
+        const int error = archive_errno(a);
+        if (error == EACCES) {
             ORVIK_THROW(Exception, kAccessDeniedCode, sourceFile);
         }
-        // The file opened, but its start is not an archive of the enabled
-        // kind: the library recognises formats while opening.
-        ORVIK_THROW(InvalidArchiveException, LibraryErrorText(a));
+        // The library reads the start while opening: these numbers of its own
+        // say the file opened but holds no archive of the enabled kind.
+        if (error == kUnrecognisedFormat || error == kDamagedStream) {
+            ORVIK_THROW(InvalidArchiveException, LibraryErrorText(a));
+        }
+        ORVIK_THROW(FailedToOpenCRuntimeFileException, sourceFile, error);
     }
     return reader;
 }
@@ -285,9 +280,12 @@ void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
         if (archiveType == kArchiveRaw && name == L"data") {
             rawRenameDue = true;
         }
-        const std::wstring target =
-            (destination / StripCurrentDirectory(name)).make_preferred().wstring();
+        const std::wstring target = TargetPath(destination, name);
         archive_entry_copy_pathname_w(entry, target.c_str());
+        // A hard link names another entry, so its target is rewritten alike.
+        if (const wchar_t* link = archive_entry_hardlink_w(entry); link != nullptr && *link) {
+            archive_entry_copy_hardlink_w(entry, TargetPath(destination, link).c_str());
+        }
         if (archive_write_header(writer.get(), entry) != ARCHIVE_OK) {
             ThrowLibraryError(writer.get(), __LINE__);
         }

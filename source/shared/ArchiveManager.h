@@ -43,10 +43,12 @@ public:
     // `readOnly`, entries stored without write permission are made read-only.
     // Progress is notified at most every 16 ms, always at 0.0 percent.
     //
-    // Entry paths are taken as the archive gives them: parent-directory
+    // Entry paths, and hard-link targets (which name entries), are taken as
+    // the archive gives them, below `destinationFolder`: parent-directory
     // components and links are not refused. Throws NullArgumentException,
     // BadArgumentException, Exception -125048 (access denied to the source),
-    // FailedToOpenCRuntimeFileException, InvalidArchiveException (-125026),
+    // FailedToOpenCRuntimeFileException (the source cannot be opened or read),
+    // InvalidArchiveException (-125026: no archive of the kind, or damaged),
     // Exception -125121 (disk full) or -125213 (any other library failure).
     // Files written before a failure stay on disk.
     static void Unarchive(NotificationCallbackInterface* callback, const std::wstring& sourceFile,
@@ -71,7 +73,10 @@ public:
 
     // An opened reader of `sourceFile` with exactly one format (and the
     // "empty" format) and at most one filter enabled. A source that opens but
-    // whose start is no archive of that kind throws InvalidArchiveException.
+    // whose start is no archive of that kind, or is damaged, throws
+    // InvalidArchiveException; one that cannot be opened or read throws
+    // FailedToOpenCRuntimeFileException with the error number, or Exception
+    // -125048 when access is denied.
     static ArchiveReader GetSourceArchiveForUnarchive(const std::wstring& sourceFile,
                                                       ArchiveType archiveType,
                                                       CompressionType compressionType);

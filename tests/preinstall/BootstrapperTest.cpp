@@ -150,7 +150,7 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         std::int32_t exitCode, reported;
         std::vector<std::string> children;
     };
-    // The payloads: truncated, without an installer, 3 MB unpacked from a few kilobytes.
+    // The payloads: truncated, no installer, 3 MB unpacked from a few kilobytes, a hard-linked one.
     const std::string in = "Install.exe|", bin = in + "{scratch}\\bin|", pm = "orvikpkg.exe|",
                       work = in + "{work}\\payload|install orvik-package-manager ",
                       product = bin + "install-suite suite.dat --passive --install-orvikpm-with",
@@ -159,6 +159,7 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
                       big = TarGz({{"Install.exe", "MZ"}, {"b", std::string(3000000, 'z')}}),
                       recorder = ReadBytes(bin_ / L"child_recorder.exe"),
                       payload = TarGz({{"Install.exe", recorder, 0755}, {"suite.dat", "s"}}),
+                      linked = TarGz({{"b/r", recorder}, {"Install.exe", "", 0644, "", "b/r"}}),
                       unclosed = "<orvikpkgOnlineInstall schemaVersion=\"26.5\">";
     const std::int32_t crash = static_cast<std::int32_t>(EXCEPTION_ACCESS_VIOLATION);
     const Row rows[] = {
@@ -184,6 +185,7 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         {nullptr, kPayload | kCut, payload, L"--quiet", -126311, -126311, {}},
         {"55", kNoCheck, payload, L"--passive", 55, -126308, {work}},  // not verified
         {nullptr, kPayload, readme, L"--quiet", -126304, -126304, {}},
+        {"56", kPayload, linked, L"--passive", 56, -126308, {work}},
         {nullptr, kOnline | kManager, unclosed, L"--quiet", -126312, -126312, {}},
         {"crash", 0, "", L"--quiet", crash, -126308, {in}},
         {"0", kReadOnlyTemp, "", L"--quiet", -125098, -125098, {}},

@@ -25,7 +25,7 @@ TEST(EntryPathCheckTest, EntriesThatWouldLandOutsideTheFolderAreNamed) {
         {L"bin/link", L"C:\\Windows", L"", L""},
         {L"bin/link", L"../../x", L"", L"bin/link: a link that points out, to ../../x"},
         {L"dir/b", L"", L"dir/a", nullptr},
-        {L"b", L"", L"../a", L""},
+        {L"d/b", L"", L"../a", L"d/b: a hard link to ../a, a \"..\" that climbs out"},
     };
     for (const auto& row : rows) {
         const auto reason = EscapeReason({row.name, row.symlink, row.hardlink});
