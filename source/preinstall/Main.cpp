@@ -114,6 +114,6 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
         PreInstallPlatformWin::WriteTextToParentConsole(MessageOf(e));
         return e.GetErrorCode();
     } catch (const std::exception&) {
-        return -125202;
+        return orvik::pkgshared::kUnknownErrorCode;
     }
 }

@@ -12,7 +12,6 @@
 namespace orvik::pkgui::preinstall {
 namespace {
 
-constexpr std::int32_t kUnknownError = -125202;
 constexpr std::int32_t kStartThreadErrorLine = 200;
 constexpr std::int32_t kRegisterClassErrorLine = 135;
 constexpr std::int32_t kUnregisterClassErrorLine = 150;
@@ -104,10 +103,10 @@ void MainWindow::UnregisterWindowClasses() {
 void __cdecl MainWindow::WorkerStart(void* self) noexcept {
     auto* window = static_cast<MainWindow*>(self);
     try {
-        window->result_ =
-            window->worker_ != nullptr ? window->worker_(*window, window->context_) : kUnknownError;
+        window->result_ = window->worker_ != nullptr ? window->worker_(*window, window->context_)
+                                                     : pkgshared::kUnknownErrorCode;
     } catch (...) {
-        window->result_ = kUnknownError;
+        window->result_ = pkgshared::kUnknownErrorCode;
     }
     if (window->window_ != nullptr) {
         ::SendMessageW(window->window_, WM_CLOSE, 0, 0);

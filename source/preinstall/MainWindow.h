@@ -20,6 +20,9 @@ public:
     static constexpr wchar_t kClassName[] = L"MainWindowClass";
     static constexpr wchar_t kTitle[] = L"Orvik Package Installer";
     static constexpr wchar_t kProgressClassName[] = L"UnzipProgressWindowClass";
+    // The worker's requests, sent with SendMessageW; both answer 0.
+    // kShowProgress: wParam points to the title (a std::wstring, may be
+    // empty) of the progress window to show. kFinishProgress: closes it.
     static constexpr UINT kShowProgress = WM_USER + 1;
     static constexpr UINT kFinishProgress = WM_USER + 2;
 
