@@ -141,6 +141,7 @@ protected:
 TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
     enum { kSuite = 1, kManager = 2, kOldManager = 4, kPayload = 8, kOnline = 16 };
     enum { kReadOnlyTemp = 64, kTinyTemp = 128, kGoneTemp = 256, kLogsBlocked = 512 };
+    enum { kHeld = 2048 };  // "Install.exe" held open
     struct Row {
         const char* codes;  // of the children in turn; null: no "bin\Install.exe"
         int kind;
@@ -185,6 +186,7 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         {nullptr, kPayload | kTinyTemp, big, L"--quiet", -125121, -125121, {}},
         // The manager's orvikpkg.ini puts the logs under a file: the run goes on.
         {"0", kManager | kLogsBlocked, "", L"--quiet", 0, 0, {in}},
+        {"0", kHeld, "", L"--quiet", 0, 0, {bin}},  // by a reader that may rename or delete it
     };
     // Mounted by the test run as root: a read-only file system and one of 1 MiB.
     const char *readOnly = std::getenv("ORVIK_READONLY_FS"), *tiny = std::getenv("ORVIK_TINY_FS");
@@ -218,6 +220,11 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
             WriteBytes(base_ / L"orvikpkg.ini",
                        "[Settings]\r\nlogs-directory=" + (blocker / L"logs").string());
         }
+        const pkgshared::UniqueHandle holder(
+            row.kind & kHeld
+                ? ::CreateFileW((base_ / L"bin\\Install.exe").c_str(), GENERIC_READ | DELETE,
+                                FILE_SHARE_VALID_FLAGS, nullptr, OPEN_EXISTING, 0, nullptr)
+                : nullptr);
         const std::wstring folder = row.kind & kGoneTemp ? (base_ / L"gone\\tmp").wstring()
                                     : row.kind & (kReadOnlyTemp | kTinyTemp) ? t::WinePath(mount)
                                                                              : L"";
