@@ -20,16 +20,11 @@ namespace {
 using namespace orvik::pkgui::preinstall;
 using orvik::pkgshared::Exception;
 
-constexpr wchar_t kTracePrefix[] = L"pkgui::preinstall: ";
+constexpr wchar_t kLogSource[] = L"Main";
 
 struct WorkerContext {
     orvik::pkgshared::SharedSession& session;
 };
-
-void Trace(orvik::pkgshared::ILogger& logger, const std::wstring& message) {
-    logger.Log(L"Main", 1, message);
-    ::OutputDebugStringW((kTracePrefix + message + L"\n").c_str());
-}
 
 // Searches only the system folder for DLLs loaded from now on. Returns 0, or
 // the last error when the system refused.
@@ -50,7 +45,7 @@ std::int32_t Worker(MainWindow& window, void* context) {
     PreInstallPlatformWin platform(session, window.Handle(), window.Instance());
     PreInstall run(session, platform);
     run.Run();
-    Trace(session.GetLogger(), L"Run ended with " + std::to_wstring(run.ResultCode()));
+    session.GetLogger().Log(kLogSource, 1, L"Run ended with " + std::to_wstring(run.ResultCode()));
     return run.ResultCode();
 }
 
@@ -98,15 +93,17 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
         orvik::pkgshared::SharedSession session(logger);
         logger.Initialize(session);
         // The logger never creates its folder: it is made here, before the
-        // first line.
-        const orvik::pkgshared::DirectoryPath logs(
-            boost::filesystem::path(logger.GetLogFilePath()).parent_path());
-        try {
-            logs.Create();
-        } catch (const Exception&) {
-            // Without the folder the run goes on unlogged.
+        // first line, unless logging is switched off.
+        if (logger.IsEnabled()) {
+            const orvik::pkgshared::DirectoryPath logs(
+                boost::filesystem::path(logger.GetLogFilePath()).parent_path());
+            try {
+                logs.Create();
+            } catch (const Exception&) {
+                // Without the folder the run goes on unlogged.
+            }
         }
-        Trace(logger, L"Starting");
+        logger.Log(kLogSource, 1, L"Starting");
         const int result = RunWindow(instance, session);
         logger.Close();
         return result;
