@@ -58,17 +58,11 @@ std::wstring MessageOf(const Exception& e) {
 int RunWindow(HINSTANCE instance, orvik::pkgshared::SharedSession& session) {
     WorkerContext context{session};
     MainWindow window(instance, &Worker, &context);
+    PreInstallPlatformWin platform(session, nullptr, instance);
     MainWindow::StaticBrush();
     MainWindow::SetProcessWindow(&window);
-    std::int32_t result = 0;
-    try {
-        result = window.Run();
-    } catch (const Exception& e) {
-        result = e.GetErrorCode();
-        orvik::pkgshared::ReportException(L"orvik::pkgui::preinstall::MainWindow::Run", e,
-                                          L"Preinstall encountered an error", session);
-        ::MessageBoxW(nullptr, MessageOf(e).c_str(), MainWindow::kTitle, MB_OK);
-    }
+    const std::int32_t result =
+        RunReportingFailure(window, platform.CommandLineArguments(), session, platform);
     MainWindow::SetProcessWindow(nullptr);
     try {
         window.UnregisterWindowClasses();

@@ -5,8 +5,12 @@
 #include <atomic>
 #include <cerrno>
 
+#include "preinstall/CommandLineOptions.h"
 #include "preinstall/DelayLoadedControls.h"
+#include "preinstall/IPreInstallPlatform.h"
 #include "preinstall/StringIds.h"
+#include "shared/ErrorMessage.h"
+#include "shared/ExceptionReport.h"
 #include "shared/Raise.h"
 
 namespace orvik::pkgui::preinstall {
@@ -217,6 +221,31 @@ void MainWindow::CreateProgressWindow(const std::wstring* title) noexcept {
         ::UpdateWindow(progress);
     } catch (...) {
         // The run goes on without a progress window.
+    }
+}
+
+std::int32_t RunReportingFailure(MainWindow& window, const std::vector<std::wstring>& arguments,
+                                 orvik::pkgshared::ISharedSession& session,
+                                 IPreInstallPlatform& platform) {
+    try {
+        return window.Run();
+    } catch (const pkgshared::Exception& e) {
+        try {
+            pkgshared::ReportException(L"orvik::pkgui::preinstall::MainWindow::Run", e,
+                                       L"Preinstall encountered an error", session);
+        } catch (const pkgshared::Exception&) {
+            // Shown all the same.
+        }
+        const std::wstring text = pkgshared::FormatErrorMessage(
+            e.GetErrorCode(), 0, e.GetMessageArgument0(), e.GetMessageArgument1(),
+            e.GetMessageArgument2(), e.GetMessageArgument3());
+        const CommandLineOptions options = ParseCommandLine(arguments).options;
+        if (options.passive || options.quiet) {
+            platform.WriteToParentConsole(text);
+        } else {
+            platform.ShowError(text);
+        }
+        return e.GetErrorCode();
     }
 }
 
