@@ -20,16 +20,11 @@ namespace {
 using namespace orvik::pkgui::preinstall;
 using orvik::pkgshared::Exception;
 
-constexpr wchar_t kTracePrefix[] = L"pkgui::preinstall: ";
+constexpr wchar_t kLogSource[] = L"Main";
 
 struct WorkerContext {
     orvik::pkgshared::SharedSession& session;
 };
-
-void Trace(orvik::pkgshared::ILogger& logger, const std::wstring& message) {
-    logger.Log(L"Main", 1, message);
-    ::OutputDebugStringW((kTracePrefix + message + L"\n").c_str());
-}
 
 // Searches only the system folder for DLLs loaded from now on. Returns 0, or
 // the last error when the system refused.
@@ -50,7 +45,7 @@ std::int32_t Worker(MainWindow& window, void* context) {
     PreInstallPlatformWin platform(session, window.Handle(), window.Instance());
     PreInstall run(session, platform);
     run.Run();
-    Trace(session.GetLogger(), L"Run ended with " + std::to_wstring(run.ResultCode()));
+    session.GetLogger().Log(kLogSource, 1, L"Run ended with " + std::to_wstring(run.ResultCode()));
     return run.ResultCode();
 }
 
@@ -63,17 +58,11 @@ std::wstring MessageOf(const Exception& e) {
 int RunWindow(HINSTANCE instance, orvik::pkgshared::SharedSession& session) {
     WorkerContext context{session};
     MainWindow window(instance, &Worker, &context);
+    PreInstallPlatformWin platform(session, nullptr, instance);
     MainWindow::StaticBrush();
     MainWindow::SetProcessWindow(&window);
-    std::int32_t result = 0;
-    try {
-        result = window.Run();
-    } catch (const Exception& e) {
-        result = e.GetErrorCode();
-        orvik::pkgshared::ReportException(L"orvik::pkgui::preinstall::MainWindow::Run", e,
-                                          L"Preinstall encountered an error", session);
-        ::MessageBoxW(nullptr, MessageOf(e).c_str(), MainWindow::kTitle, MB_OK);
-    }
+    const std::int32_t result =
+        RunReportingFailure(window, platform.CommandLineArguments(), session, platform);
     MainWindow::SetProcessWindow(nullptr);
     try {
         window.UnregisterWindowClasses();
@@ -98,15 +87,17 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
         orvik::pkgshared::SharedSession session(logger);
         logger.Initialize(session);
         // The logger never creates its folder: it is made here, before the
-        // first line.
-        const orvik::pkgshared::DirectoryPath logs(
-            boost::filesystem::path(logger.GetLogFilePath()).parent_path());
-        try {
-            logs.Create();
-        } catch (const Exception&) {
-            // Without the folder the run goes on unlogged.
+        // first line, unless logging is switched off.
+        if (logger.IsEnabled()) {
+            const orvik::pkgshared::DirectoryPath logs(
+                boost::filesystem::path(logger.GetLogFilePath()).parent_path());
+            try {
+                logs.Create();
+            } catch (const Exception&) {
+                // Without the folder the run goes on unlogged.
+            }
         }
-        Trace(logger, L"Starting");
+        logger.Log(kLogSource, 1, L"Starting");
         const int result = RunWindow(instance, session);
         logger.Close();
         return result;
@@ -114,6 +105,6 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
         PreInstallPlatformWin::WriteTextToParentConsole(MessageOf(e));
         return e.GetErrorCode();
     } catch (const std::exception&) {
-        return -125202;
+        return orvik::pkgshared::kUnknownErrorCode;
     }
 }

@@ -5,14 +5,17 @@
 #include <atomic>
 #include <cerrno>
 
+#include "preinstall/CommandLineOptions.h"
 #include "preinstall/DelayLoadedControls.h"
+#include "preinstall/IPreInstallPlatform.h"
 #include "preinstall/StringIds.h"
+#include "shared/ErrorMessage.h"
+#include "shared/ExceptionReport.h"
 #include "shared/Raise.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
 
-constexpr std::int32_t kUnknownError = -125202;
 constexpr std::int32_t kStartThreadErrorLine = 200;
 constexpr std::int32_t kRegisterClassErrorLine = 135;
 constexpr std::int32_t kUnregisterClassErrorLine = 150;
@@ -104,10 +107,10 @@ void MainWindow::UnregisterWindowClasses() {
 void __cdecl MainWindow::WorkerStart(void* self) noexcept {
     auto* window = static_cast<MainWindow*>(self);
     try {
-        window->result_ =
-            window->worker_ != nullptr ? window->worker_(*window, window->context_) : kUnknownError;
+        window->result_ = window->worker_ != nullptr ? window->worker_(*window, window->context_)
+                                                     : pkgshared::kUnknownErrorCode;
     } catch (...) {
-        window->result_ = kUnknownError;
+        window->result_ = pkgshared::kUnknownErrorCode;
     }
     if (window->window_ != nullptr) {
         ::SendMessageW(window->window_, WM_CLOSE, 0, 0);
@@ -218,6 +221,31 @@ void MainWindow::CreateProgressWindow(const std::wstring* title) noexcept {
         ::UpdateWindow(progress);
     } catch (...) {
         // The run goes on without a progress window.
+    }
+}
+
+std::int32_t RunReportingFailure(MainWindow& window, const std::vector<std::wstring>& arguments,
+                                 orvik::pkgshared::ISharedSession& session,
+                                 IPreInstallPlatform& platform) {
+    try {
+        return window.Run();
+    } catch (const pkgshared::Exception& e) {
+        try {
+            pkgshared::ReportException(L"orvik::pkgui::preinstall::MainWindow::Run", e,
+                                       L"Preinstall encountered an error", session);
+        } catch (const pkgshared::Exception&) {
+            // Shown all the same.
+        }
+        const std::wstring text = pkgshared::FormatErrorMessage(
+            e.GetErrorCode(), 0, e.GetMessageArgument0(), e.GetMessageArgument1(),
+            e.GetMessageArgument2(), e.GetMessageArgument3());
+        const CommandLineOptions options = ParseCommandLine(arguments).options;
+        if (options.passive || options.quiet) {
+            platform.WriteToParentConsole(text);
+        } else {
+            platform.ShowError(text);
+        }
+        return e.GetErrorCode();
     }
 }
 

@@ -7,11 +7,14 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "shared/Exception.h"
+#include "shared/ISharedSession.h"
 
 namespace orvik::pkgui::preinstall {
 
+class IPreInstallPlatform;
 class MainWindow;
 using WorkerProcedure = std::int32_t (*)(MainWindow& window, void* context);
 
@@ -20,6 +23,9 @@ public:
     static constexpr wchar_t kClassName[] = L"MainWindowClass";
     static constexpr wchar_t kTitle[] = L"Orvik Package Installer";
     static constexpr wchar_t kProgressClassName[] = L"UnzipProgressWindowClass";
+    // The worker's requests, sent with SendMessageW; both answer 0.
+    // kShowProgress: wParam points to the title (a std::wstring, may be
+    // empty) of the progress window to show. kFinishProgress: closes it.
     static constexpr UINT kShowProgress = WM_USER + 1;
     static constexpr UINT kFinishProgress = WM_USER + 2;
 
@@ -67,6 +73,15 @@ private:
     ProgressWindow progress_;
     void* context_;
 };
+
+// Runs `window` and returns its result. When the window itself fails, the
+// error is appended to errorlog.txt and shown like an error of the run:
+// written to the parent console when `arguments` (the command line's, after
+// the program's name) ask for a passive or quiet run, shown in a message box
+// otherwise; its code is returned.
+std::int32_t RunReportingFailure(MainWindow& window, const std::vector<std::wstring>& arguments,
+                                 orvik::pkgshared::ISharedSession& session,
+                                 IPreInstallPlatform& platform);
 
 class PreInstallStartThreadError : public orvik::pkgshared::Exception {
 public:

@@ -25,7 +25,8 @@ NamedDataResource::NamedDataResource(const std::wstring& name) {
         }
     }
     if (size_ == 0 || data_ == nullptr) {
-        ORVIK_THROW_AT(kDataResourceErrorLine, PreInstallDataResourceError, name, ::GetLastError());
+        const DWORD error = ::GetLastError();
+        ORVIK_THROW_AT(kDataResourceErrorLine, PreInstallDataResourceError, name, error);
     }
 }
 

@@ -61,7 +61,7 @@ void PreInstall::Run() noexcept {
         }
     } catch (...) {
         // Anything else is a defect; it still ends the run with a code.
-        resultCode_ = -125202;
+        resultCode_ = orvik::pkgshared::kUnknownErrorCode;
         ReportError(Exception(resultCode_, ORVIK_SOURCE_HERE.c_str(), __LINE__));
     }
 }

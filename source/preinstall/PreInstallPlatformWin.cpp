@@ -4,6 +4,7 @@
 
 #include <shellapi.h>
 
+#include "preinstall/MainWindow.h"
 #include "preinstall/NamedDataResource.h"
 #include "preinstall/PreInstallPayload.h"
 #include "preinstall/ProgramImage.h"
@@ -37,8 +38,6 @@ bool IsLaunchable(const std::wstring& file) {
     return lower.size() < 4 || lower.compare(lower.size() - 4, 4, L".exe") != 0 ||
            IsProgramImage(file);
 }
-constexpr UINT kShowProgressMessage = WM_USER + 1;
-constexpr UINT kFinishProgressMessage = WM_USER + 2;
 constexpr wchar_t kInstalledKey[] = L"SOFTWARE\\Calvenna\\Orvik Package Manager\\CurrentVersion";
 constexpr wchar_t kDotNetKey[] = L"SOFTWARE\\Microsoft\\NET Framework Setup\\NDP\\v4\\Full";
 constexpr wchar_t kDotNetDownloadPage[] =
@@ -299,11 +298,11 @@ void PreInstallPlatformWin::Reboot() {
 }
 
 std::intptr_t PreInstallPlatformWin::ShowProgress(const std::wstring& title) {
-    return ::SendMessageW(window_, kShowProgressMessage, reinterpret_cast<WPARAM>(&title), 0);
+    return ::SendMessageW(window_, MainWindow::kShowProgress, reinterpret_cast<WPARAM>(&title), 0);
 }
 
 void PreInstallPlatformWin::FinishProgress() {
-    ::SendMessageW(window_, kFinishProgressMessage, 0, 0);
+    ::SendMessageW(window_, MainWindow::kFinishProgress, 0, 0);
 }
 
 void PreInstallPlatformWin::ShowError(const std::wstring& text) {

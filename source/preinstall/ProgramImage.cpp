@@ -26,7 +26,7 @@ std::int64_t PeHeaderOffset(const std::string& dosHeader) {
 }
 
 bool IsProgramImage(const std::wstring& file) {
-    const pkgshared::UniqueFile in = pkgshared::OpenFile(file, "rb");
+    const pkgshared::UniqueFile in = pkgshared::OpenFileForReading(file);
     if (!in) {
         return false;
     }

@@ -9,6 +9,10 @@
 
 namespace orvik::pkgshared {
 
+// The code of a failure that nothing more is known of ("An unknown error
+// occurred.").
+constexpr std::int32_t kUnknownErrorCode = -125202;
+
 // Flat view of an exception for plain callers that walk the error tree
 // without the class. Every pointer refers into storage owned by the exception
 // object (inner records into the inner exceptions it holds): the record is

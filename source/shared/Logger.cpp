@@ -37,6 +37,11 @@ void Logger::Initialize(ISharedSession& session) {
     logFilePath_ = (directory / LogFileName(stamp, ::GetCurrentProcessId())).wstring();
 }
 
+bool Logger::IsEnabled() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return !loggingDisabled_;
+}
+
 void Logger::Log(const std::wstring& source, std::int32_t /*level*/, const std::wstring& message) {
     std::lock_guard<std::mutex> lock(mutex_);
     if (loggingDisabled_ || logFilePath_.empty()) {

@@ -26,7 +26,6 @@ constexpr wchar_t kCurrentVersionKey[] =
 constexpr wchar_t kCommonInstallerKey[] = L"Software\\Calvenna\\Common\\Installer";
 constexpr wchar_t kUniquePattern[] = L"-%%%%-%%%%-%%%%-%%%%";
 
-constexpr std::int32_t kUnknownErrorCode = -125202;
 constexpr std::int32_t kModulePathErrorCode = -125114;
 constexpr std::int32_t kTempDirectoryErrorCode = -125115;
 constexpr std::int32_t kUniquePathErrorCode = -125033;

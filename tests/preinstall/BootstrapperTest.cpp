@@ -142,6 +142,7 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
     enum { kSuite = 1, kManager = 2, kOldManager = 4, kPayload = 8, kOnline = 16 };
     enum { kReadOnlyTemp = 64, kTinyTemp = 128, kGoneTemp = 256, kLogsBlocked = 512 };
     enum { kFlipMiddle = 1024, kFlipEnd = 2048, kCut = 4096, kNoCheck = 8192 };
+    enum { kLogsOff = 16384, kHeld = 32768 };  // in the run's "logs"; "Install.exe" held open
     struct Row {
         const char* codes;  // of the children in turn; null: no "bin\Install.exe"
         int kind;
@@ -193,6 +194,8 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         {nullptr, kPayload | kTinyTemp, big, L"--quiet", -125121, -125121, {}},
         // The manager's orvikpkg.ini puts the logs under a file: the run goes on.
         {"0", kManager | kLogsBlocked, "", L"--quiet", 0, 0, {in}},
+        {"0", kManager | kLogsOff, "", L"--quiet", 0, 0, {in}},  // disablelogging=true: no folder
+        {"0", kHeld, "", L"--quiet", 0, 0, {bin}},  // by a reader that may rename or delete it
     };
     // Mounted by the test run as root: a read-only file system and one of 1 MiB.
     const char *readOnly = std::getenv("ORVIK_READONLY_FS"), *tiny = std::getenv("ORVIK_TINY_FS");
@@ -236,12 +239,19 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         if (row.kind & (kManager | kOldManager)) {
             InstallPackageManager(row.kind & kManager ? L"99.0" : nullptr);
         }
-        if (row.kind & kLogsBlocked) {
+        if (row.kind & (kLogsBlocked | kLogsOff)) {
             t::SetRegistryString(HKEY_LOCAL_MACHINE, kManagerKey, L"Path", base_.wstring(),
                                  KEY_WOW64_32KEY);
             WriteBytes(base_ / L"orvikpkg.ini",
-                       "[Settings]\r\nlogs-directory=" + (blocker / L"logs").string());
+                       "[Settings]\r\nlogs-directory=" +
+                           ((row.kind & kLogsOff ? base_ : blocker) / L"logs").string() +
+                           (row.kind & kLogsOff ? "\r\ndisablelogging=true" : ""));
         }
+        const pkgshared::UniqueHandle holder(
+            row.kind & kHeld
+                ? ::CreateFileW((base_ / L"bin\\Install.exe").c_str(), GENERIC_READ | DELETE,
+                                FILE_SHARE_VALID_FLAGS, nullptr, OPEN_EXISTING, 0, nullptr)
+                : nullptr);
         const std::wstring folder = row.kind & kGoneTemp ? (base_ / L"gone\\tmp").wstring()
                                     : row.kind & (kReadOnlyTemp | kTinyTemp) ? t::WinePath(mount)
                                                                              : L"";
@@ -257,6 +267,7 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         EXPECT_EQ(row.exitCode, exit_);
         EXPECT_EQ(row.reported, reported_) << report_;
         EXPECT_EQ(before, held());
+        EXPECT_FALSE(fs::exists(base_ / L"logs"));
         ASSERT_EQ(row.children.size(), children_.size());
         for (size_t i = 0; i < children_.size(); ++i) {
             EXPECT_EQ(row.children[i], children_[i].substr(0, row.children[i].size()));

@@ -8,37 +8,25 @@
 #include <vector>
 
 #include "preinstall/MainWindow.h"
+#include "preinstall/PreInstallPlatformWin.h"
+#include "shared/ErrorMessage.h"
+#include "support/FakeSession.h"
+#include "support/ScratchDirectory.h"
 
 namespace orvik::pkgui::preinstall {
 namespace {
-
-BOOL CALLBACK CollectProgressWindow(HWND candidate, LPARAM list) {
-    wchar_t name[64] = {};
-    ::GetClassNameW(candidate, name, 64);
-    if (std::wstring(name) == MainWindow::kProgressClassName) {
-        reinterpret_cast<std::vector<HWND>*>(list)->push_back(candidate);
-    }
-    return TRUE;
-}
-
-// The progress-class windows of the thread that runs `window`.
-std::vector<HWND> ProgressWindows(const MainWindow& window) {
-    std::vector<HWND> found;
-    ::EnumThreadWindows(::GetWindowThreadProcessId(window.Handle(), nullptr),
-                        &CollectProgressWindow, reinterpret_cast<LPARAM>(&found));
-    return found;
-}
 
 // The worker asks twice for the window titled `first`, checks that one window
 // titled `second` with a status line and a marquee bar is shown, then finishes it.
 std::int32_t ShowTwiceAndCheck(MainWindow& window, void* context) {
     const auto& [request, title] = *static_cast<std::pair<std::wstring, std::wstring>*>(context);
-    for (int i = 0; i < 2; ++i) {
+    const auto show = [&] {
         ::SendMessageW(window.Handle(), MainWindow::kShowProgress,
                        reinterpret_cast<WPARAM>(&request), 0);
-    }
-    HWND progress = window.ProgressHandle();
-    EXPECT_EQ(std::vector<HWND>{progress}, ProgressWindows(window));
+        return window.ProgressHandle();
+    };
+    HWND progress = show();
+    EXPECT_EQ(progress, show()) << "a second window";
     HWND bar = ::FindWindowExW(progress, nullptr, PROGRESS_CLASSW, nullptr);
     wchar_t text[64] = {};
     ::GetWindowTextW(progress, text, 64);
@@ -54,15 +42,37 @@ std::int32_t ShowTwiceAndCheck(MainWindow& window, void* context) {
 TEST(MainWindowTest, OneProgressWindowLooksAsSpecifiedAndClosesOnFinish) {
     std::pair<std::wstring, std::wstring> titled{L"Installing Suite", L"Installing Suite"},
         untitled{L"", L"Orvik Self-Extractor"};
-    for (auto [worker, context, result] : {std::tuple{&ShowTwiceAndCheck, &titled, 77},
-                                           {&ShowTwiceAndCheck, &untitled, 77},
-                                           {nullptr, &titled, -125202}}) {
-        MainWindow window(::GetModuleHandleW(nullptr), worker, context);
+    for (auto* context : {&titled, &untitled}) {
+        MainWindow window(::GetModuleHandleW(nullptr), &ShowTwiceAndCheck, context);
         MainWindow::SetProcessWindow(&window);
-        EXPECT_EQ(result, window.Run());
+        EXPECT_EQ(77, window.Run());
         MainWindow::SetProcessWindow(nullptr);
         window.UnregisterWindowClasses();
     }
+}
+
+struct ShowingPlatform : PreInstallPlatformWin {
+    using PreInstallPlatformWin::PreInstallPlatformWin;
+    void ShowError(const std::wstring& text) override { shown = L"box: " + text; }
+    void WriteToParentConsole(const std::wstring& text) override { shown = L"console: " + text; }
+    std::wstring shown;
+};
+
+// Without a worker a window ends with -125202, its class still registered: run again it fails
+// (1410, class exists), and the error reaches the console in passive and quiet runs, else a box.
+TEST(MainWindowTest, AFailedWindowIsShownOnTheConsoleInUnattendedRuns) {
+    MainWindow window(::GetModuleHandleW(nullptr), nullptr, nullptr);
+    ASSERT_EQ(-125202, window.Run());
+    const orvik::testing::ScratchDirectory scratch;
+    orvik::testing::FakeSession session;
+    session.guide.logs = scratch.Path().wstring();
+    const auto text = pkgshared::FormatErrorMessage(-126320, 0, L"1410", MainWindow::kClassName);
+    for (auto [arg, console] : {std::pair{L"--quiet", 1}, {L"--passive", 1}, {L"--Quiet", 0}}) {
+        ShowingPlatform platform(session, nullptr, nullptr);
+        EXPECT_EQ(-126320, RunReportingFailure(window, {arg}, session, platform));
+        EXPECT_EQ((console ? L"console: " : L"box: ") + text, platform.shown) << arg;
+    }
+    window.UnregisterWindowClasses();
 }
 
 }  // namespace

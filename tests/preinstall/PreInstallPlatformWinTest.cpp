@@ -69,7 +69,7 @@ TEST_F(PreInstallPlatformWinTest, CommandLineArgumentsFollowTheProgramName) {
 TEST_F(PreInstallPlatformWinTest, WaitForProcessRefusesWhatItCannotLaunch) {
     const std::wstring text = (scratch_ / L"text.exe").wstring(), missing = L"C:\\no\\x.exe";
     orvik::testing::WriteBytes(text, "not a program");
-    for (const auto& [file, line] : {std::pair{missing, 256}, std::pair{text, 248}}) {
+    for (const auto& [file, line] : {std::pair{missing, 255}, std::pair{text, 247}}) {
         orvik::testing::ExpectThrows([&] { platform_.WaitForProcess(file, L"", L"C:\\"); },
                                      {-126304, {file}, L"source\\preinstall\\Main", line});
     }

@@ -56,20 +56,20 @@ void RenderEvent(WindowsApi::IWindowsEventLogApi& api, EVT_HANDLE context, EVT_H
 }
 
 WindowsEvent::WindowsEvent(WindowsApi::IWindowsEventLogApi& api, EVT_HANDLE event)
-    : event_(api, event),
-      renderContext_(api, api.EvtCreateRenderContext(0, nullptr, EvtRenderContextSystem)),
+    : event_({&api, event}),
+      renderContext_({&api, api.EvtCreateRenderContext(0, nullptr, EvtRenderContextSystem)}),
       api_(api) {
-    if (renderContext_.get() == nullptr) {
+    if (!renderContext_) {
         const DWORD error = api_.GetErrorHandlingApi().GetLastError();
         ORVIK_THROW_AT(84, WindowsFunctionErrorException, static_cast<std::int32_t>(error),
                        "EvtCreateRenderContext");
     }
-    RenderEvent(api_, renderContext_.get(), event_.get(), EvtRenderEventValues,
+    RenderEvent(api_, renderContext_.get().handle, event_.get().handle, EvtRenderEventValues,
                 systemPropertiesBuffer_);
     systemProperties_ = reinterpret_cast<const EVT_VARIANT*>(systemPropertiesBuffer_.data());
 
     std::vector<std::uint8_t> eventXmlBuffer;
-    RenderEvent(api_, nullptr, event_.get(), EvtRenderEventXml, eventXmlBuffer);
+    RenderEvent(api_, nullptr, event_.get().handle, EvtRenderEventXml, eventXmlBuffer);
     const pugi::xml_parse_result parseResult =
         eventXmlDocument_.load_buffer(eventXmlBuffer.data(), eventXmlBuffer.size());
     if (!parseResult) {

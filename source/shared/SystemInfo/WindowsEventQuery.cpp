@@ -11,12 +11,12 @@ namespace OrvikPkg::SystemInfo {
 using ProcessingError = WindowsEventLog::WindowsEventProcessingError;
 
 WindowsEventQuery::WindowsEventQuery(WindowsApi::IWindowsEventLogApi& api, EVT_HANDLE query)
-    : query_(api, query), api_(api) {}
+    : query_({&api, query}), api_(api) {}
 
 IWindowsEvent* WindowsEventQuery::Next() {
     EVT_HANDLE event = nullptr;
     DWORD returned = 0;
-    if (!api_.EvtNext(query_.get(), 1, &event, INFINITE, 0, &returned)) {
+    if (!api_.EvtNext(query_.get().handle, 1, &event, INFINITE, 0, &returned)) {
         const DWORD error = api_.GetErrorHandlingApi().GetLastError();
         if (error == ERROR_NO_MORE_ITEMS) {
             currentEvent_.reset();

@@ -24,4 +24,15 @@ inline UniqueFile OpenFile(const std::wstring& path, const char* mode) {
 #endif
 }
 
+// Opens `path` for reading ("rb") while others may read, write, rename or
+// delete the file: a process holding it open with any of those rights does
+// not stop the open. Empty on failure.
+#ifdef _WIN32
+UniqueFile OpenFileForReading(const std::wstring& path);
+#else
+inline UniqueFile OpenFileForReading(const std::wstring& path) {
+    return OpenFile(path, "rb");
+}
+#endif
+
 }  // namespace orvik::pkgshared
