@@ -21,9 +21,20 @@ using namespace orvik::pkgui::preinstall;
 using orvik::pkgshared::Exception;
 
 constexpr wchar_t kLogSource[] = L"Main";
+constexpr wchar_t kTracePrefix[] = L"pkgui::preinstall: ";
+
+// A trace line of the entry: the logger's line, and the same text with the
+// bootstrapper's prefix in the debugger output; nothing when logging is off.
+void Trace(orvik::pkgshared::Logger& logger, const std::wstring& message) {
+    if (logger.IsEnabled()) {
+        logger.Log(kLogSource, 1, message);
+        ::OutputDebugStringW((kTracePrefix + message + L"\n").c_str());
+    }
+}
 
 struct WorkerContext {
     orvik::pkgshared::SharedSession& session;
+    orvik::pkgshared::Logger& logger;
 };
 
 // Searches only the system folder for DLLs loaded from now on. Returns 0, or
@@ -41,11 +52,11 @@ DWORD NarrowDllSearch() {
 }
 
 std::int32_t Worker(MainWindow& window, void* context) {
-    auto& session = static_cast<WorkerContext*>(context)->session;
+    auto& [session, logger] = *static_cast<WorkerContext*>(context);
     PreInstallPlatformWin platform(session, window.Handle(), window.Instance());
     PreInstall run(session, platform);
     run.Run();
-    session.GetLogger().Log(kLogSource, 1, L"Run ended with " + std::to_wstring(run.ResultCode()));
+    Trace(logger, L"Run ended with " + std::to_wstring(run.ResultCode()));
     return run.ResultCode();
 }
 
@@ -55,8 +66,9 @@ std::wstring MessageOf(const Exception& e) {
                                                 e.GetMessageArgument3());
 }
 
-int RunWindow(HINSTANCE instance, orvik::pkgshared::SharedSession& session) {
-    WorkerContext context{session};
+int RunWindow(HINSTANCE instance, orvik::pkgshared::SharedSession& session,
+              orvik::pkgshared::Logger& logger) {
+    WorkerContext context{session, logger};
     MainWindow window(instance, &Worker, &context);
     PreInstallPlatformWin platform(session, nullptr, instance);
     MainWindow::StaticBrush();
@@ -97,8 +109,8 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
                 // Without the folder the run goes on unlogged.
             }
         }
-        logger.Log(kLogSource, 1, L"Starting");
-        const int result = RunWindow(instance, session);
+        Trace(logger, L"Starting");
+        const int result = RunWindow(instance, session, logger);
         logger.Close();
         return result;
     } catch (const Exception& e) {

@@ -37,7 +37,7 @@ public:
     // overwritten. Throws PreInstallPayloadExtractEmpty or
     // PreInstallPayloadWriteFileError (a partly written file stays).
     // With `check`, Written() is then the check of the bytes written.
-    orvik::pkgshared::FilePath WriteArchive(bool check);
+    orvik::pkgshared::FilePath WriteArchive(bool check = false);
     const PayloadCheck& Written() const { return written_; }
     // Unpacks the archive (gzip-compressed tar) into "payload"; returns that
     // directory. Errors of the archive manager pass through.

@@ -20,11 +20,11 @@ TEST(PreInstallPayloadTest, SavesTheBytesAndRefusesNoBytesOrAnExistingArchive) {
                                  DirectoryPath(scratch.Path()));
     };
     const std::wstring source = L"source\\preinstall\\PreInstallPayload";
-    ExpectThrows([&] { payload(nullptr, 10).WriteArchive(false); }, {-126316, {}, source, 68});
-    ExpectThrows([&] { payload("bytes", 0).WriteArchive(false); }, {-126316, {}, source, 68});
+    ExpectThrows([&] { payload(nullptr, 10).WriteArchive(); }, {-126316, {}, source, 68});
+    ExpectThrows([&] { payload("bytes", 0).WriteArchive(); }, {-126316, {}, source, 68});
     const auto archive = scratch / L"payload.tar.gz";
-    EXPECT_EQ(archive, payload("bytes", 5).WriteArchive(false).Path());
-    ExpectThrows([&] { payload("newer", 5).WriteArchive(false); },
+    EXPECT_EQ(archive, payload("bytes", 5).WriteArchive().Path());
+    ExpectThrows([&] { payload("newer", 5).WriteArchive(); },
                  {-126317, {L"80", archive.wstring()}, source, 97});
     EXPECT_EQ("bytes", orvik::testing::ReadBytes(archive));
 }

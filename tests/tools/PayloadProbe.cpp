@@ -12,7 +12,7 @@ int wmain(int argc, wchar_t** argv) {
         if (argc == 2 && payload.Exists()) {
             PreInstallPayload extraction(payload.GetData(), payload.GetSize(),
                                          orvik::pkgshared::DirectoryPath(argv[1]));
-            extraction.Extract(extraction.WriteArchive(false));
+            extraction.Extract(extraction.WriteArchive());
         }
         return 0;
     } catch (const orvik::pkgshared::Exception& e) {
