@@ -52,6 +52,7 @@ add_library(orvik_native STATIC
   ${ORVIK_PREINSTALL_PORTABLE_SOURCES}
   ${ORVIK_CATALOG_CPP}
   ${ORVIK_SOURCE}/shared/ConfigStoreFilesPosix.cpp
+  ${ORVIK_SOURCE}/shared/DirectFileWriterPosix.cpp
   ${ORVIK_SOURCE}/shared/SystemErrorMessagePosix.cpp
   ${ORVIK_SOURCE}/shared/UiLanguagePosix.cpp)
 target_link_libraries(orvik_native PUBLIC orvik_native_settings Boost::filesystem

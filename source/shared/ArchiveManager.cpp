@@ -6,10 +6,12 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <mutex>
 
 #include <boost/filesystem/operations.hpp>
 
+#include "shared/DirectFileWriter.h"
 #include "shared/Exception.h"
 #include "shared/ExceptionFamily.h"
 #include "shared/Raise.h"
@@ -48,12 +50,15 @@ std::wstring LibraryErrorText(archive* a) {
 
 // Turns a failed library call into the foundation's exception, recording
 // the line of the failing call.
-[[noreturn]] void ThrowLibraryError(archive* a, std::int32_t line) {
-    if (archive_errno(a) == ENOSPC) {
+[[noreturn]] void ThrowWriteError(int errnum, const std::wstring& text, std::int32_t line) {
+    if (errnum == ENOSPC) {
         ORVIK_THROW_AT(line, Exception, kDiskFullCode);
     }
-    ORVIK_THROW_AT(line, Exception, kLibraryErrorCode, LibraryErrorText(a),
-                   ToDecimal(archive_errno(a)));
+    ORVIK_THROW_AT(line, Exception, kLibraryErrorCode, text, ToDecimal(errnum));
+}
+
+[[noreturn]] void ThrowLibraryError(archive* a, std::int32_t line) {
+    ThrowWriteError(archive_errno(a), LibraryErrorText(a), line);
 }
 
 #define ORVIK_CHECK_ARCHIVE(call, handle)        \
@@ -68,13 +73,17 @@ std::mutex& UnpackMutex() {
     return mutex;
 }
 
-// destination + name with the platform's separators; "./name" (or ".\name")
-// loses its leading dot and separator, once.
-std::wstring TargetPath(const fs::path& destination, std::wstring name) {
+// "./name" (or ".\name") loses its leading dot and separator, once.
+std::wstring WithoutCurrentDirectory(std::wstring name) {
     if (name.size() > 1 && name[0] == L'.' && (name[1] == L'/' || name[1] == L'\\')) {
         name.erase(0, 2);
     }
-    return (destination / name).make_preferred().wstring();
+    return name;
+}
+
+// destination + name with the platform's separators.
+std::wstring TargetPath(const fs::path& destination, const std::wstring& name) {
+    return (destination / WithoutCurrentDirectory(name)).make_preferred().wstring();
 }
 
 bool IsListed(const std::wstring& name, const std::vector<std::wstring>& entries) {
@@ -87,8 +96,10 @@ bool IsListed(const std::wstring& name, const std::vector<std::wstring>& entries
     return false;
 }
 
-// Copies the entry's data until the end or until the caller cancels.
-void CopyData(archive* reader, archive* writer, NotificationCallbackInterface& callback) {
+// Copies the entry's data until the end or until the caller cancels, to
+// `direct` when it writes the file, else to `writer`.
+void CopyData(archive* reader, archive* writer, DirectFileWriter* direct,
+              NotificationCallbackInterface& callback) {
     while (!callback.IsCancelRequested()) {
         const void* block = nullptr;
         size_t size = 0;
@@ -98,7 +109,11 @@ void CopyData(archive* reader, archive* writer, NotificationCallbackInterface& c
             return;
         }
         ORVIK_CHECK_ARCHIVE(result, reader);
-        ORVIK_CHECK_ARCHIVE(archive_write_data_block(writer, block, size, offset), writer);
+        if (direct == nullptr) {
+            ORVIK_CHECK_ARCHIVE(archive_write_data_block(writer, block, size, offset), writer);
+        } else if (const auto failure = direct->Write(block, size, offset)) {
+            ThrowWriteError(failure.errnum, failure.text, __LINE__);
+        }
     }
 }
 
@@ -255,6 +270,8 @@ void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
         GetSourceArchiveForUnarchive(sourceFile, archiveType, compressionType);
     const ArchiveWriter writer(archive_write_disk_new());
     ORVIK_CHECK_ARCHIVE(archive_write_disk_set_options(writer.get(), kWriterOptions), writer.get());
+    // Plain files go straight to disk, the rest through the library's writer.
+    DirectFileWriter direct(std::time(nullptr));
 
     const fs::path destination(destinationFolder);
     size_t unpacked = 0;
@@ -286,7 +303,8 @@ void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
         if (const wchar_t* link = archive_entry_hardlink_w(entry); link != nullptr && *link) {
             archive_entry_copy_hardlink_w(entry, TargetPath(destination, link).c_str());
         }
-        if (archive_write_header(writer.get(), entry) != ARCHIVE_OK) {
+        const bool directly = direct.Create(entry, WithoutCurrentDirectory(name));
+        if (!directly && archive_write_header(writer.get(), entry) != ARCHIVE_OK) {
             ThrowLibraryError(writer.get(), __LINE__);
         }
 
@@ -296,8 +314,12 @@ void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
                                      sourceFile);
             lastNotification = now;
         }
-        CopyData(reader.get(), writer.get(), *callback);
-        ORVIK_CHECK_ARCHIVE(archive_write_finish_entry(writer.get()), writer.get());
+        CopyData(reader.get(), writer.get(), directly ? &direct : nullptr, *callback);
+        if (!directly) {
+            ORVIK_CHECK_ARCHIVE(archive_write_finish_entry(writer.get()), writer.get());
+        } else if (const auto failure = direct.Finish()) {
+            ThrowWriteError(failure.errnum, failure.text, __LINE__);
+        }
         if (readOnly && (archive_entry_mode(entry) & 0222) == 0) {
             RemoveWritePermissions(target);
         }
