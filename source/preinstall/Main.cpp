@@ -51,8 +51,24 @@ DWORD NarrowDllSearch() {
     return ::GetLastError();
 }
 
+// Milliseconds since the process was created; -1 when the system does not say.
+long long MillisecondsSinceProcessCreation() {
+    FILETIME creation{}, exit{}, kernel{}, user{}, now{};
+    if (!::GetProcessTimes(::GetCurrentProcess(), &creation, &exit, &kernel, &user)) {
+        return -1;
+    }
+    ::GetSystemTimePreciseAsFileTime(&now);
+    const auto ticks = [](const FILETIME& time) {
+        return static_cast<long long>((static_cast<unsigned long long>(time.dwHighDateTime) << 32) |
+                                      time.dwLowDateTime);
+    };
+    return (ticks(now) - ticks(creation)) / 10000;
+}
+
 std::int32_t Worker(MainWindow& window, void* context) {
     auto& [session, logger] = *static_cast<WorkerContext*>(context);
+    Trace(logger, L"Worker started, " + std::to_wstring(MillisecondsSinceProcessCreation()) +
+                      L" ms after the process was created");
     PreInstallPlatformWin platform(session, window.Handle(), window.Instance());
     PreInstall run(session, platform);
     run.Run();
@@ -109,7 +125,8 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
                 // Without the folder the run goes on unlogged.
             }
         }
-        Trace(logger, L"Starting");
+        Trace(logger, L"Starting, " + std::to_wstring(MillisecondsSinceProcessCreation()) +
+                          L" ms after the process was created");
         const int result = RunWindow(instance, session, logger);
         logger.Close();
         return result;

@@ -115,8 +115,11 @@ void PreInstall::ExtractPayload() {
     if (!payload->Exists()) {
         return;
     }
-    if (!options_.quiet && platform_.ShowProgress(onlineInstall_.progressTitle) == 0) {
-        platform_.FinishProgress();
+    if (!options_.quiet) {
+        if (platform_.ShowProgress(onlineInstall_.progressTitle) == 0) {
+            platform_.FinishProgress();
+        }
+        Log(L"Progress window shown");
     }
     packageDirectory_ = platform_.ExtractPayload(*payload, workingDirectory_);
     Log(L"Payload extracted into " + packageDirectory_);
