@@ -14,6 +14,7 @@ import statistics
 import subprocess
 import sys
 import time
+import zlib
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, HERE)
@@ -82,7 +83,7 @@ class Bench:
         subprocess.call(["wineserver", "-p"], env=self.wine.env)
         self.wine.call(["cmd", "/c", "exit", "0"])
 
-    def pack(self, installer, payload_dir=None, payload_file=None):
+    def pack(self, installer, payload_dir=None, payload_file=None, threads=None):
         arguments = [os.path.join(self.bin, "orvikpkg-pack.exe"), "--template",
                      measure.wine_path(os.path.join(self.bin, "preinstall.exe")),
                      "--output", measure.wine_path(installer)]
@@ -90,6 +91,8 @@ class Bench:
             arguments += ["--payload-dir", measure.wine_path(payload_dir)]
         if payload_file:
             arguments += ["--payload", measure.wine_path(payload_file)]
+        if threads:
+            arguments += ["--threads", str(threads)]
         os.makedirs(os.path.dirname(installer), exist_ok=True)
         if os.path.exists(installer):
             os.remove(installer)
@@ -109,6 +112,38 @@ class Bench:
             raise SystemExit("%s failed with exit code %s; see %s" % (what, run.exit_code,
                                                                      self.log))
 
+    # -- packing -----------------------------------------------------------
+
+    def packing(self, label, folder, work, files, repeats):
+        """Packs `folder` with the default threads and with --threads 1, interleaved; returns the
+        installer packed with the default."""
+        installer = os.path.join(work, "installer", "OrvikSetup.exe")
+        single = os.path.join(work, "installer-1", "OrvikSetup.exe")
+        default_s, single_s = [], []
+        for _ in range(repeats):
+            for path, threads, times in ((installer, None, default_s), (single, 1, single_s)):
+                os.sync()
+                code, seconds, message = self.pack(path, payload_dir=folder, threads=threads)
+                if code != 0:
+                    raise SystemExit("packing %s failed: %s" % (label, message))
+                times.append(seconds)
+        archive = pe_resource.read_rcdata(installer, PAYLOAD_RESOURCE)
+        single_bytes = len(pe_resource.read_rcdata(single, PAYLOAD_RESOURCE))
+        shutil.rmtree(os.path.dirname(single))
+        reference = one_stream_gzip_size(archive)
+        self.row("Packing %s (%d files), s, default threads (%d)" % (label, files, os.cpu_count()),
+                 text_of(default_s, "s", digits=2), "--threads 1", text_of(single_s, "s", digits=2),
+                 "%.2fx faster" % (statistics.median(single_s) / statistics.median(default_s)))
+        self.row("Packed size %s, bytes" % label, "%d" % len(archive), "--threads 1",
+                 "%d" % single_bytes, "same" if single_bytes == len(archive) else "DIFFERENT")
+        self.row("", "", "one gzip stream, level 6 (the former packing)", "%d" % reference,
+                 "%+.3f %%" % (100.0 * (len(archive) - reference) / reference))
+        self.raw["packing-%s" % label] = {
+            "default_threads_s": default_s, "one_thread_s": single_s,
+            "archive_bytes": len(archive), "one_thread_archive_bytes": single_bytes,
+            "one_stream_gzip_bytes": reference}
+        return installer
+
     # -- extraction and memory ---------------------------------------------
 
     def extraction(self, megabytes):
@@ -118,10 +153,8 @@ class Bench:
         folder = os.path.join(work, "payload")
         files, payload_bytes = make_payload.make_payload_folder(
             folder, megabytes * MB, self.stamp_exe)
-        installer = os.path.join(work, "installer", "OrvikSetup.exe")
-        code, pack_seconds, message = self.pack(installer, payload_dir=folder)
-        if code != 0:
-            raise SystemExit("packing %s failed: %s" % (label, message))
+        repeats = self.repeats if megabytes < 1000 else max(3, self.repeats - 2)
+        installer = self.packing(label, folder, work, files, repeats)
         archive = os.path.join(work, "payload.tar.gz")
         with open(archive, "wb") as out:
             out.write(pe_resource.read_rcdata(installer, PAYLOAD_RESOURCE))
@@ -132,7 +165,6 @@ class Bench:
         unverified = os.path.join(work, "installer", "OrvikSetupUnverified.exe")
         pe_resource.hide_rcdata(installer, unverified, CHECK_RESOURCE, CHECK_RESOURCE[:-1] + "X")
 
-        repeats = self.repeats if megabytes < 1000 else max(3, self.repeats - 2)
         ours, unchecked, bsdtar, native = [], [], [], []
         target = os.path.join(work, "out")
         for _ in range(repeats):
@@ -179,7 +211,6 @@ class Bench:
                  text_of([r.file for r in ours], "MiB", 1 / (1 << 20)), "", "", "")
         self.raw["extraction-%dMB" % megabytes] = {
             "files": files, "payload_bytes": payload_bytes, "archive_bytes": archive_bytes,
-            "pack_seconds": pack_seconds,
             "bootstrapper_to_child_s": [r.seconds for r in ours],
             "bootstrapper_total_s": [r.total_seconds for r in ours],
             "unverified_to_child_s": [r.seconds for r in unchecked],
@@ -332,6 +363,17 @@ class Bench:
                  for line in [header] + self.rows]
         lines.insert(1, "  ".join("-" * width for width in widths))
         return "\n".join(lines)
+
+
+def one_stream_gzip_size(archive):
+    """Bytes of the tar inside `archive` compressed as one gzip stream at level 6, as libarchive's
+    gzip filter writes it: the reference for the packed size."""
+    unpacked = zlib.decompressobj(31)
+    packed = zlib.compressobj(6, zlib.DEFLATED, 31)
+    size = 0
+    for start in range(0, len(archive), 1 << 20):
+        size += len(packed.compress(unpacked.decompress(archive[start:start + (1 << 20)])))
+    return size + len(packed.flush())
 
 
 def machine():

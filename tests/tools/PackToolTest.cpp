@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <zlib.h>
 #include <boost/filesystem/operations.hpp>
 #include <cstdint>
 #include "pack/PackOptions.h"
+#include "pack/PackProgress.h"
 #include "support/ArchiveBuilder.h"
 #include "support/ChildProcess.h"
 #include "support/TestData.h"
@@ -24,10 +26,34 @@ TEST(PackOptionsTest, WrongCommandLinesAreRefusedWithTheReason) {
         {{t, L"t", o, L"o"}, L"nothing to embed: give a payload, an online-install description"},
         {{t, L"t", o, L"o", L"--payload", L"p", L"--payload-dir", L"d"}, L"--payload-dir and"},
         {{t, L"t", o, L"o", L"-f"}, L"unknown argument '-f'"},
+        {{t, L"t", o, L"o", L"--threads", L"0"}, L"--threads needs a whole number from 1 to 256"},
+        {{t, L"t", o, L"o", L"--threads", L"257"}, L"--threads needs a whole number"},
+        {{t, L"t", o, L"o", L"--threads", L"2", L"--threads", L"2"}, L"--threads given twice"},
     };
     for (const auto& [arguments, expected] : refused) {
         EXPECT_FALSE(ParsePackOptions(arguments, error));
         EXPECT_EQ(expected, error.substr(0, expected.size()));
+    }
+}
+
+// Sizes in binary units, times rounded up, and no rate or time left before any byte is done.
+TEST(PackProgressTest, LineTellsSizesFilesRateAndTimeLeft) {
+    const struct {
+        PackProgress progress;
+        double seconds;
+        const wchar_t* line;
+    } rows[] = {
+        {{0, 1023, 0, 2}, 0, L"0 B of 1023 B, 0 of 2 files"},
+        {{1024, 3 << 20, 1, 2}, 0.5, L"1.0 KiB of 3.0 MiB, 1 of 2 files, 2.0 KiB/s, 25:36 left"},
+        {{1048524, 1048525, 5, 9},
+         1,
+         L"1023.9 KiB of 1.0 MiB, 5 of 9 files, 1023.9 KiB/s, 0:01 left"},
+        {{std::uint64_t{3} << 30, std::uint64_t{10} << 30, 10, 40},
+         3601,
+         L"3.0 GiB of 10.0 GiB, 10 of 40 files, 873.6 KiB/s, 2:20:03 left"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.line, ProgressLine(row.progress, row.seconds));
     }
 }
 
@@ -51,20 +77,83 @@ protected:
     const fs::path run_ = scratch_ / L"run";
 };
 
-// A folder comes out of the installer as it went in.
-TEST_F(PackToolTest, FolderRoundTripsThroughTheInstaller) {
-    const fs::path root = scratch_ / L"payload-source";
-    fs::create_directories(root / L"deep" / L"er");
-    WriteBytes(root / L"Install.exe", orvik::testing::RandomBytes(200000, 1));
-    for (int i = 0; i < 40; ++i) {  // empty files too; names beyond ASCII
-        WriteBytes(root / (i % 2 ? L"deep" : L"deep\\er") / (L"\u00C9 \u65E5" + std::to_wstring(i)),
-                   orvik::testing::RandomBytes(static_cast<size_t>(i * 997 % 5000), i));
+// The payload resource of `installer`.
+std::string PayloadOf(const fs::path& installer) {
+    const pkgshared::UniqueHmodule module(::LoadLibraryExW(
+        installer.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+    const HRSRC found = ::FindResourceW(module.get(), L"ORVIKPKG_PAYLOAD", RT_RCDATA);
+    const HGLOBAL loaded = found != nullptr ? ::LoadResource(module.get(), found) : nullptr;
+    return loaded == nullptr ? std::string()
+                             : std::string(static_cast<const char*>(::LockResource(loaded)),
+                                           ::SizeofResource(module.get(), found));
+}
+
+// Whether `gzip` is one gzip member to its last byte, its trailer matching its data.
+bool IsOneGzipMember(const std::string& gzip) {
+    z_stream stream{};
+    std::string out(1 << 16, '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(gzip.data()));
+    stream.avail_in = static_cast<uInt>(gzip.size());
+    int code = inflateInit2(&stream, 15 + 16);
+    while (code == Z_OK) {
+        stream.next_out = reinterpret_cast<Bytef*>(out.data());
+        stream.avail_out = static_cast<uInt>(out.size());
+        code = inflate(&stream, Z_NO_FLUSH);
     }
-    const auto packed = Pack(scratch_ / L"out.exe", L"--payload-dir " + Quoted(root));
-    ASSERT_EQ(0, packed.exitCode) << packed.output;
-    EXPECT_EQ(std::string::npos, packed.output.find("warning")) << packed.output;
-    ASSERT_EQ(0, Probe(scratch_ / L"out.exe"));
-    EXPECT_TRUE(orvik::testing::FilesBelow(root) == orvik::testing::FilesBelow(run_ / L"payload"));
+    inflateEnd(&stream);
+    return code == Z_STREAM_END && stream.avail_in == 0;
+}
+
+// Each folder packs to the same installer with one thread as with three, into one gzip member
+// that is whole to its trailer, and comes out of the installer as it went in. Data that repeat
+// within 32 KiB compress across the blocks the threads share, to at most `maxPayload` bytes.
+// Blocks are 1 MiB.
+TEST_F(PackToolTest, FolderRoundTripsThroughTheInstaller) {
+    using orvik::testing::RandomBytes;
+    std::string repeated, text;
+    for (int i = 0; i < 256; ++i) {
+        repeated += RandomBytes(1 << 14, 9);  // 4 MiB
+    }
+    for (int i = 0; text.size() < (1 << 20); ++i) {
+        text += "line " + std::to_string(i * 7919 % 10007) + "\n";
+    }
+    std::vector<std::pair<std::wstring, std::string>> mixed = {
+        {L"Install.exe", RandomBytes(200000, 1)}, {L"deep\\text", text}, {L"rep", repeated}};
+    for (int i = 0; i < 40; ++i) {  // empty files too; names beyond ASCII
+        mixed.emplace_back(
+            (i % 2 ? L"deep\\" : L"deep\\er\\") + (L"\u00C9 \u65E5" + std::to_wstring(i)),
+            RandomBytes(static_cast<size_t>(i * 997 % 5000), i));
+    }
+    const struct {
+        std::vector<std::pair<std::wstring, std::string>> files;
+        size_t maxPayload;
+    } rows[] = {{mixed, SIZE_MAX},
+                {{{L"Install.exe", repeated}}, 4 << 14},
+                {{}, SIZE_MAX},
+                {{{L"Install.exe", std::string((1 << 20) - 1536, 'x')}}, SIZE_MAX},  // a 1 MiB tar
+                {{{L"Install.exe", ""}}, SIZE_MAX}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        const fs::path root = scratch_ / std::to_wstring(&row - rows).c_str();
+        fs::create_directories(root);
+        for (const auto& [name, bytes] : row.files) {
+            fs::create_directories((root / name).parent_path());
+            WriteBytes(root / name, bytes);
+        }
+        for (const std::wstring threads : {L"1", L"3"}) {
+            const auto packed = Pack(scratch_ / (threads + L".exe").c_str(),
+                                     L"--payload-dir " + Quoted(root) + L" --threads " + threads);
+            ASSERT_EQ(0, packed.exitCode) << packed.output;
+            EXPECT_EQ(row.files.empty(), packed.output.find("warning") != std::string::npos);
+        }
+        EXPECT_TRUE(ReadBytes(scratch_ / L"1.exe") == ReadBytes(scratch_ / L"3.exe"));
+        const std::string payload = PayloadOf(scratch_ / L"3.exe");
+        EXPECT_TRUE(IsOneGzipMember(payload));
+        EXPECT_LE(payload.size(), row.maxPayload);
+        ASSERT_EQ(0, Probe(scratch_ / L"3.exe"));
+        EXPECT_TRUE(row.files.empty() || orvik::testing::FilesBelow(root) ==
+                                             orvik::testing::FilesBelow(run_ / L"payload"));
+    }
 }
 
 // Each command line: the tool's exit code, a piece of its output, and for a built installer the

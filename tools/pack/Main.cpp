@@ -5,14 +5,17 @@
 // command line.
 #include <windows.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <boost/filesystem/operations.hpp>
 
+#include "ConsoleProgress.h"
 #include "EntryPathCheck.h"
 #include "PackOptions.h"
 #include "PayloadArchiver.h"
@@ -157,8 +160,16 @@ int Pack(const PackOptions& options) {
     } removeArchived{archived};
     if (!options.payloadDirectory.empty()) {
         archived = options.outputPath + L".payload.tar.gz";
+        const unsigned threads = options.threads != 0
+                                     ? options.threads
+                                     : std::max(1u, std::thread::hardware_concurrency());
+        ConsoleProgress display;
         std::wstring error;
-        if (!ArchiveDirectory(options.payloadDirectory, archived, error)) {
+        const bool done = ArchiveDirectory(
+            options.payloadDirectory, archived, threads,
+            [&display](const PackProgress& progress) { display.Update(progress); }, error);
+        display.End();
+        if (!done) {
             Print(stderr, L"orvikpkg-pack: error: " + error + L"\n");
             return kFailed;
         }

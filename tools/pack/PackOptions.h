@@ -12,7 +12,8 @@ struct PackOptions {
     std::wstring payloadDirectory;  // archived as a gzip-compressed pax tar
     std::wstring payloadFile;       // embedded as it is
     std::wstring onlineInstallFile;
-    bool force = false;  // embed even what the bootstrapper will refuse
+    bool force = false;    // embed even what the bootstrapper will refuse
+    unsigned threads = 0;  // compressing a folder; 0: one per processor
 };
 
 // The usage text, ending with a line feed.

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -13,6 +14,8 @@
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 
+#include "OutputFile.h"
+#include "ParallelGzipWriter.h"
 #include "shared/TextConversion.h"
 #include "shared/utils/UniqueFile.h"
 
@@ -35,29 +38,37 @@ std::wstring ErrnoText(int code) {
     return orvik::pkgshared::Utf8ToWide(std::strerror(code));
 }
 
-// The library's error, with the system's reason when it names one, and what
-// to do when the disk is full.
+// The library's error, with the system's reason when it names one.
 std::wstring LibraryError(archive* a) {
     const char* text = archive_error_string(a);
     std::wstring error =
         text != nullptr ? orvik::pkgshared::Utf8ToWide(text) : L"unknown libarchive error";
     if (const int code = archive_errno(a); code > 0) {
         error += L" (" + ErrnoText(code) + L")";
-        if (code == ENOSPC) {
-            error += L": free space there or write the installer to another folder";
-        }
     }
     return error;
 }
 
-// Relative paths of everything below `root`, '/'-separated and sorted.
-bool ListTree(const fs::path& root, std::vector<std::pair<std::wstring, bool>>& items,
-              std::wstring& error) {
+struct Item {
+    std::wstring relative;  // '/'-separated
+    bool directory;
+    std::uint64_t size;
+    bool operator<(const Item& other) const { return relative < other.relative; }
+};
+
+// Everything below `root`, sorted by relative path, with the files' sizes.
+bool ListTree(const fs::path& root, std::vector<Item>& items, std::wstring& error) {
     boost::system::error_code code;
     fs::recursive_directory_iterator it(root, code), end;
     for (; !code && it != end; it.increment(code)) {
-        std::wstring relative = it->path().lexically_relative(root).generic_wstring();
-        items.emplace_back(std::move(relative), fs::is_directory(it->symlink_status()));
+        const bool directory = fs::is_directory(it->symlink_status());
+        const auto size = directory ? 0 : fs::file_size(it->path(), code);
+        if (code) {
+            error = L"cannot read " + it->path().wstring() + L": " +
+                    orvik::pkgshared::Utf8ToWide(code.message());
+            return false;
+        }
+        items.push_back({it->path().lexically_relative(root).generic_wstring(), directory, size});
     }
     if (code) {
         error =
@@ -68,7 +79,17 @@ bool ListTree(const fs::path& root, std::vector<std::pair<std::wstring, bool>>& 
     return true;
 }
 
+// Passes the tar stream on to the compressor.
+la_ssize_t WriteToCompressor(archive* a, void* writer, const void* data, size_t size) {
+    if (!static_cast<ParallelGzipWriter*>(writer)->Write(data, size)) {
+        archive_set_error(a, -1, "the compressor stopped");
+        return -1;
+    }
+    return static_cast<la_ssize_t>(size);
+}
+
 bool CopyFileData(archive* a, const fs::path& file, const std::wstring& archiveFile,
+                  PackProgress& done, const std::function<void(const PackProgress&)>& progress,
                   std::wstring& error) {
     const orvik::pkgshared::UniqueFile in = orvik::pkgshared::OpenFile(file.wstring(), "rb");
     if (!in) {
@@ -83,6 +104,8 @@ bool CopyFileData(archive* a, const fs::path& file, const std::wstring& archiveF
                     LibraryError(a);
             return false;
         }
+        done.bytesDone += read;
+        progress(done);
     }
     if (std::ferror(in.get())) {
         error = L"cannot read " + file.wstring() + L": " + ErrnoText(errno);
@@ -94,49 +117,68 @@ bool CopyFileData(archive* a, const fs::path& file, const std::wstring& archiveF
 }  // namespace
 
 bool ArchiveDirectory(const std::wstring& directory, const std::wstring& archiveFile,
+                      unsigned threads, const std::function<void(const PackProgress&)>& progress,
                       std::wstring& error) {
     const fs::path root(directory);
-    std::vector<std::pair<std::wstring, bool>> items;
+    std::vector<Item> items;
     if (!ListTree(root, items, error)) {
         return false;
     }
+    PackProgress done;
+    for (const Item& item : items) {
+        done.bytesTotal += item.size;
+        done.filesTotal += item.directory ? 0 : 1;
+    }
+    OutputFile out;
+    if (!out.Create(archiveFile, error)) {
+        return false;
+    }
+    ParallelGzipWriter compressor(
+        [&out](const unsigned char* data, size_t size, std::wstring& cause) {
+            return out.Write(data, size, cause);
+        },
+        archiveFile, threads);
     std::unique_ptr<archive, WriterDeleter> writer(archive_write_new());
     archive* a = writer.get();
+    // The tar stream as it is, not padded to a whole number of blocks.
     if (archive_write_set_format_pax(a) != ARCHIVE_OK ||
-        archive_write_add_filter_gzip(a) != ARCHIVE_OK ||
-        archive_write_set_filter_option(a, "gzip", "timestamp", nullptr) != ARCHIVE_OK ||
-        archive_write_open_filename_w(a, archiveFile.c_str()) != ARCHIVE_OK) {
+        archive_write_set_bytes_in_last_block(a, 1) != ARCHIVE_OK ||
+        archive_write_open2(a, &compressor, nullptr, WriteToCompressor, nullptr, nullptr) !=
+            ARCHIVE_OK) {
         error = L"cannot create " + archiveFile + L": " + LibraryError(a);
         return false;
     }
-    for (const auto& [relative, isDirectory] : items) {
-        const fs::path full = root / relative;
+    // A failure to write is the compressor's to tell.
+    const auto failed = [&](std::wstring what) {
+        error = compressor.Error().empty() ? std::move(what) : compressor.Error();
+        return false;
+    };
+    for (const Item& item : items) {
+        const fs::path full = root / item.relative;
         std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
-        archive_entry_copy_pathname_w(entry.get(), relative.c_str());
-        archive_entry_set_filetype(entry.get(), isDirectory ? AE_IFDIR : AE_IFREG);
-        archive_entry_set_perm(entry.get(), isDirectory ? 0755 : 0644);
+        archive_entry_copy_pathname_w(entry.get(), item.relative.c_str());
+        archive_entry_set_filetype(entry.get(), item.directory ? AE_IFDIR : AE_IFREG);
+        archive_entry_set_perm(entry.get(), item.directory ? 0755 : 0644);
         archive_entry_set_uid(entry.get(), 0);
         archive_entry_set_gid(entry.get(), 0);
         archive_entry_set_mtime(entry.get(), kFixedTime, 0);
-        boost::system::error_code code;
-        const auto size = isDirectory ? 0 : fs::file_size(full, code);
-        if (code) {
-            error = L"cannot read " + full.wstring() + L": " +
-                    orvik::pkgshared::Utf8ToWide(code.message());
-            return false;
-        }
-        archive_entry_set_size(entry.get(), static_cast<la_int64_t>(size));
+        archive_entry_set_size(entry.get(), static_cast<la_int64_t>(item.size));
         if (archive_write_header(a, entry.get()) != ARCHIVE_OK) {
-            error = L"cannot archive " + full.wstring() + L": " + LibraryError(a);
-            return false;
+            return failed(L"cannot archive " + full.wstring() + L": " + LibraryError(a));
         }
-        if (!isDirectory && !CopyFileData(a, full, archiveFile, error)) {
-            return false;
+        if (!item.directory) {
+            if (!CopyFileData(a, full, archiveFile, done, progress, error)) {
+                return failed(error);
+            }
+            ++done.filesDone;
+            progress(done);
         }
     }
     if (archive_write_close(a) != ARCHIVE_OK) {
-        error = L"cannot finish " + archiveFile + L": " + LibraryError(a);
-        return false;
+        return failed(L"cannot finish " + archiveFile + L": " + LibraryError(a));
+    }
+    if (!compressor.Finish()) {
+        return failed({});
     }
     return true;
 }
