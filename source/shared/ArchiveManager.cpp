@@ -11,6 +11,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "shared/ArchiveReadAhead.h"
 #include "shared/DirectFileWriter.h"
 #include "shared/Exception.h"
 #include "shared/ExceptionFamily.h"
@@ -98,20 +99,21 @@ bool IsListed(const std::wstring& name, const std::vector<std::wstring>& entries
 
 // Copies the entry's data until the end or until the caller cancels, to
 // `direct` when it writes the file, else to `writer`.
-void CopyData(archive* reader, archive* writer, DirectFileWriter* direct,
+void CopyData(ArchiveReadAhead& reader, archive* writer, DirectFileWriter* direct,
               NotificationCallbackInterface& callback) {
     while (!callback.IsCancelRequested()) {
-        const void* block = nullptr;
-        size_t size = 0;
-        la_int64_t offset = 0;
-        const int result = archive_read_data_block(reader, &block, &size, &offset);
-        if (result == ARCHIVE_EOF) {
+        const ArchiveReadAhead::Item item = reader.NextData();
+        if (item.kind != ArchiveReadAhead::Item::Data) {
+            if (item.kind == ArchiveReadAhead::Item::Failure) {
+                ThrowWriteError(item.errnum, item.errorText, __LINE__);
+            }
             return;
         }
-        ORVIK_CHECK_ARCHIVE(result, reader);
+        const void* block = item.data.data();
+        const size_t size = item.data.size();
         if (direct == nullptr) {
-            ORVIK_CHECK_ARCHIVE(archive_write_data_block(writer, block, size, offset), writer);
-        } else if (const auto failure = direct->Write(block, size, offset)) {
+            ORVIK_CHECK_ARCHIVE(archive_write_data_block(writer, block, size, item.offset), writer);
+        } else if (const auto failure = direct->Write(block, size, item.offset)) {
             ThrowWriteError(failure.errnum, failure.text, __LINE__);
         }
     }
@@ -277,20 +279,22 @@ void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
     size_t unpacked = 0;
     bool rawRenameDue = false;
     std::chrono::steady_clock::time_point lastNotification{};
+    // Inflating overlaps with writing: the archive is read on a thread of its own.
+    ArchiveReadAhead ahead(reader.get(), [&entries](archive_entry* listed) {
+        const wchar_t* rawName = archive_entry_pathname_w(listed);
+        return entries.empty() || IsListed(rawName != nullptr ? rawName : L"", entries);
+    });
     for (;;) {
-        archive_entry* entry = nullptr;
-        const int result = archive_read_next_header(reader.get(), &entry);
-        if (result == ARCHIVE_EOF) {
+        ArchiveReadAhead::Item header = ahead.NextHeader();
+        if (header.kind == ArchiveReadAhead::Item::EndOfArchive) {
             break;
         }
-        if (result != ARCHIVE_OK) {
-            ORVIK_THROW(InvalidArchiveException, LibraryErrorText(reader.get()));
+        if (header.kind != ArchiveReadAhead::Item::Header) {
+            ORVIK_THROW(InvalidArchiveException, header.errorText);
         }
+        archive_entry* entry = header.entry.get();
         const wchar_t* rawName = archive_entry_pathname_w(entry);
         const std::wstring name = rawName != nullptr ? rawName : L"";
-        if (!entries.empty() && !IsListed(name, entries)) {
-            continue;
-        }
         if (archive_entry_size_is_set(entry)) {
             progressTracker->AddDone(static_cast<std::uint64_t>(archive_entry_size(entry)));
         }
@@ -314,7 +318,7 @@ void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
                                      sourceFile);
             lastNotification = now;
         }
-        CopyData(reader.get(), writer.get(), directly ? &direct : nullptr, *callback);
+        CopyData(ahead, writer.get(), directly ? &direct : nullptr, *callback);
         if (!directly) {
             ORVIK_CHECK_ARCHIVE(archive_write_finish_entry(writer.get()), writer.get());
         } else if (const auto failure = direct.Finish()) {
