@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -175,9 +176,14 @@ int Pack(const PackOptions& options) {
         }
         payload = archived;
     }
-    if (!payload.empty() && (!CheckPayloadSize(payload) || !CheckPayload(payload, options.force))) {
+    if (!payload.empty() && !CheckPayloadSize(payload)) {
         return kFailed;
     }
+    // The payload's entries are read back while the installer is written,
+    // which is moved into place only when they pass.
+    std::future<bool> payloadChecked = std::async(std::launch::async, [&payload, &options] {
+        return payload.empty() || CheckPayload(payload, options.force);
+    });
     if (!options.onlineInstallFile.empty() &&
         !CheckOnlineInstall(options.onlineInstallFile, options.force)) {
         return kFailed;
@@ -199,8 +205,12 @@ int Pack(const PackOptions& options) {
         resources.push_back({L"ORVIKPKG_ONLINE_INSTALL", options.onlineInstallFile, {}});
     }
     std::wstring error;
-    if (!WriteResources(options.templatePath, options.outputPath, resources, error)) {
-        Print(stderr, L"orvikpkg-pack: error: " + error + L"\n");
+    if (!WriteResources(
+            options.templatePath, options.outputPath, resources,
+            [&payloadChecked] { return payloadChecked.get(); }, error)) {
+        if (!error.empty()) {
+            Print(stderr, L"orvikpkg-pack: error: " + error + L"\n");
+        }
         return kFailed;
     }
     Print(stdout, L"orvikpkg-pack: wrote " + options.outputPath + L"\n");

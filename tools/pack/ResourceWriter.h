@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,10 @@ struct ResourceInput {
 // files. The copy is made under a temporary name and moved into place only
 // when everything matched; on failure no output is left and `error` says why.
 // Each input file is mapped, never read into memory whole.
+// `mayCommit` is asked once, after the copy was written and read back and
+// before it is moved into place; false leaves no output and `error` empty.
 bool WriteResources(const std::wstring& templatePath, const std::wstring& outputPath,
-                    const std::vector<ResourceInput>& resources, std::wstring& error);
+                    const std::vector<ResourceInput>& resources,
+                    const std::function<bool()>& mayCommit, std::wstring& error);
 
 }  // namespace orvik::tools::pack

@@ -146,7 +146,8 @@ bool Compare(const std::wstring& target, const std::vector<ResourceInput>& resou
 }  // namespace
 
 bool WriteResources(const std::wstring& templatePath, const std::wstring& outputPath,
-                    const std::vector<ResourceInput>& resources, std::wstring& error) {
+                    const std::vector<ResourceInput>& resources,
+                    const std::function<bool()>& mayCommit, std::wstring& error) {
     std::vector<MappedFile> mapped(resources.size());
     for (size_t i = 0; i < resources.size(); ++i) {
         if (!Map(resources[i], mapped[i], error)) {
@@ -173,7 +174,7 @@ bool WriteResources(const std::wstring& templatePath, const std::wstring& output
     }
     ::SetFileAttributesW(temporary.c_str(), FILE_ATTRIBUTE_NORMAL);
     const bool written = Update(temporary, resources, mapped, room, error) &&
-                         Compare(temporary, resources, mapped, error);
+                         Compare(temporary, resources, mapped, error) && mayCommit();
     if (written &&
         ::MoveFileExW(temporary.c_str(), outputPath.c_str(), MOVEFILE_REPLACE_EXISTING)) {
         return true;
