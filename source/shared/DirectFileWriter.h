@@ -1,7 +1,8 @@
 #pragma once
 // DirectFileWriter: writes the plain files of an archive being unpacked
-// straight to disk, with a fraction of the system calls of the library's
-// general disk writer, and with the same result: the file created new, its
+// straight to disk, with fewer calls than the library's general disk writer
+// (no check of each parent folder, no positioned writes), and with the same
+// result: the file created new, its
 // data, its times set as that writer sets them (access and creation time
 // the writer's start unless the entry carries them, modification time the
 // entry's), missing parent folders created. What it does not do exactly as
