@@ -2,13 +2,13 @@
 // DirectFileWriter: writes the plain files of an archive being unpacked
 // straight to disk, with fewer calls than the library's general disk writer
 // (no check of each parent folder, no positioned writes), and with the same
-// result: the file created new, its
-// data, its times set as that writer sets them (access and creation time
-// the writer's start unless the entry carries them, modification time the
-// entry's), missing parent folders created. What it does not do exactly as
-// that writer would (links, special files, sparse or read-only files, file
-// flags, ACLs, names that are not plain relative ones, a name that exists),
-// it declines, and the caller hands the entry to the library.
+// result: the file created new, its data, its times set as that writer sets
+// them (access and creation time the writer's start unless the entry carries
+// them, modification time the entry's), missing parent folders created. What
+// it does not do exactly as that writer would (links, special files, sparse
+// or read-only files, file flags, ACLs, names that are not plain relative
+// ones, a name that exists), it declines, and the caller hands the entry to
+// the library.
 #include <cstdint>
 #include <ctime>
 #include <memory>
