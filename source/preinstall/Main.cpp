@@ -76,12 +76,6 @@ std::int32_t Worker(MainWindow& window, void* context) {
     return run.ResultCode();
 }
 
-std::wstring MessageOf(const Exception& e) {
-    return orvik::pkgshared::FormatErrorMessage(e.GetErrorCode(), 0, e.GetMessageArgument0(),
-                                                e.GetMessageArgument1(), e.GetMessageArgument2(),
-                                                e.GetMessageArgument3());
-}
-
 int RunWindow(HINSTANCE instance, orvik::pkgshared::SharedSession& session,
               orvik::pkgshared::Logger& logger) {
     WorkerContext context{session, logger};
@@ -131,7 +125,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
         logger.Close();
         return result;
     } catch (const Exception& e) {
-        PreInstallPlatformWin::WriteTextToParentConsole(MessageOf(e));
+        PreInstallPlatformWin::WriteTextToParentConsole(orvik::pkgshared::FormatErrorMessage(e));
         return e.GetErrorCode();
     } catch (const std::exception&) {
         return orvik::pkgshared::kUnknownErrorCode;

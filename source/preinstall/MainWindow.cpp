@@ -236,9 +236,7 @@ std::int32_t RunReportingFailure(MainWindow& window, const std::vector<std::wstr
         } catch (const pkgshared::Exception&) {
             // Shown all the same.
         }
-        const std::wstring text = pkgshared::FormatErrorMessage(
-            e.GetErrorCode(), 0, e.GetMessageArgument0(), e.GetMessageArgument1(),
-            e.GetMessageArgument2(), e.GetMessageArgument3());
+        const std::wstring text = pkgshared::FormatErrorMessage(e);
         const CommandLineOptions options = ParseCommandLine(arguments).options;
         if (options.passive || options.quiet) {
             platform.WriteToParentConsole(text);

@@ -222,9 +222,7 @@ bool PreInstall::IsInstalledPackageManagerCurrent() {
 void PreInstall::ReportError(const Exception& error) noexcept {
     LogReport(L"PreInstall::ReportError", error, L"Preinstall threw an exception");
     try {
-        const std::wstring text = orvik::pkgshared::FormatErrorMessage(
-            error.GetErrorCode(), 0, error.GetMessageArgument0(), error.GetMessageArgument1(),
-            error.GetMessageArgument2(), error.GetMessageArgument3());
+        const std::wstring text = orvik::pkgshared::FormatErrorMessage(error);
         if (!options_.passive && !options_.quiet) {
             platform_.ShowError(text);
         } else {

@@ -5,6 +5,7 @@
 #include <boost/format.hpp>
 
 #include "shared/ErrorCatalog.h"
+#include "shared/Exception.h"
 
 namespace orvik::pkgshared {
 namespace {
@@ -29,9 +30,8 @@ size_t DirectiveLength(const std::wstring& text, size_t at) {
         while (i < text.size() && IsDigit(text[i])) {
             ++i;
         }
-        return i - first <= kMaxDirectiveDigits && i < text.size() && text[i] == L'%'
-                   ? i + 1 - at
-                   : 0;
+        return i - first <= kMaxDirectiveDigits && i < text.size() && text[i] == L'%' ? i + 1 - at
+                                                                                      : 0;
     }
     if (i < text.size() && text[i] == L'|') {
         size_t digits = 0;
@@ -106,6 +106,12 @@ std::wstring FormatErrorMessage(std::int32_t code, std::uint16_t languageId,
     } catch (...) {
         return std::wstring();
     }
+}
+
+std::wstring FormatErrorMessage(const Exception& error, std::uint16_t languageId) {
+    return FormatErrorMessage(error.GetErrorCode(), languageId, error.GetMessageArgument0(),
+                              error.GetMessageArgument1(), error.GetMessageArgument2(),
+                              error.GetMessageArgument3());
 }
 
 }  // namespace orvik::pkgshared

@@ -55,10 +55,7 @@ std::string WithCrLf(const std::string& text) {
 }  // namespace
 
 void WriteExceptionDetails(const Exception& exception, std::wostream& stream, bool nested) {
-    const std::wstring message =
-        FormatErrorMessage(exception.GetErrorCode(), 0, exception.GetMessageArgument0(),
-                           exception.GetMessageArgument1(), exception.GetMessageArgument2(),
-                           exception.GetMessageArgument3());
+    const std::wstring message = FormatErrorMessage(exception);
     stream << exception.GetErrorCode() << L": " << message << L"\n";
     stream << L"File: " << exception.GetSourceFile() << L"\n";
     stream << L"Line number: " << exception.GetLineNumber() << L"\n";

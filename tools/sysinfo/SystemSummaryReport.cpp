@@ -29,10 +29,7 @@ bool Section(const wchar_t* heading, std::uint16_t language, std::wostream& out,
         return true;
     } catch (const pkgshared::Exception& e) {
         out << L"  Error " << e.GetErrorCode() << L": "
-            << pkgshared::FormatErrorMessage(e.GetErrorCode(), language, e.GetMessageArgument0(),
-                                             e.GetMessageArgument1(), e.GetMessageArgument2(),
-                                             e.GetMessageArgument3())
-            << L'\n';
+            << pkgshared::FormatErrorMessage(e, language) << L'\n';
     } catch (const std::exception& e) {
         out << L"  Error: " << pkgshared::Utf8ToWide(e.what()) << L'\n';
     }
