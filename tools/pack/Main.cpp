@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <future>
 #include <string>
 #include <thread>
@@ -18,6 +17,7 @@
 
 #include "ConsoleProgress.h"
 #include "EntryPathCheck.h"
+#include "ErrorText.h"
 #include "PackOptions.h"
 #include "PayloadArchiver.h"
 #include "PayloadCeiling.h"
@@ -45,16 +45,8 @@ void Print(std::FILE* stream, const std::wstring& text) {
     std::fflush(stream);
 }
 
-// The C runtime's reason for the last failed call.
-std::wstring ErrnoText() {
-    return orvik::pkgshared::Utf8ToWide(std::strerror(errno));
-}
-
 std::wstring ErrorText(const Exception& e) {
-    return std::to_wstring(e.GetErrorCode()) + L": " +
-           orvik::pkgshared::FormatErrorMessage(e.GetErrorCode(), 0, e.GetMessageArgument0(),
-                                                e.GetMessageArgument1(), e.GetMessageArgument2(),
-                                                e.GetMessageArgument3());
+    return std::to_wstring(e.GetErrorCode()) + L": " + orvik::pkgshared::FormatErrorMessage(e);
 }
 
 // Reports a check that failed; true when packing may go on (with --force).
@@ -130,7 +122,8 @@ bool CheckPayloadSize(const std::wstring& payload) {
 bool CheckOnlineInstall(const std::wstring& file, bool force) {
     std::string bytes;
     if (!orvik::pkgshared::ReadFileBytes(file, bytes)) {
-        Print(stderr, L"orvikpkg-pack: error: cannot read " + file + L": " + ErrnoText() + L"\n");
+        Print(stderr,
+              L"orvikpkg-pack: error: cannot read " + file + L": " + ErrnoText(errno) + L"\n");
         return false;
     }
     try {
@@ -193,8 +186,8 @@ int Pack(const PackOptions& options) {
         // The bootstrapper refuses a payload that no longer matches its check.
         const auto check = orvik::pkgui::preinstall::PayloadCheck::OfFile(payload);
         if (!check) {
-            Print(stderr,
-                  L"orvikpkg-pack: error: cannot read " + payload + L": " + ErrnoText() + L"\n");
+            Print(stderr, L"orvikpkg-pack: error: cannot read " + payload + L": " +
+                              ErrnoText(errno) + L"\n");
             return kFailed;
         }
         resources.push_back({L"ORVIKPKG_PAYLOAD", payload, {}});

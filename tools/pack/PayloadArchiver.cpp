@@ -7,13 +7,13 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <vector>
 
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 
+#include "ErrorText.h"
 #include "OutputFile.h"
 #include "ParallelGzipWriter.h"
 #include "shared/TextConversion.h"
@@ -32,11 +32,6 @@ struct WriterDeleter {
 struct EntryDeleter {
     void operator()(archive_entry* e) const { archive_entry_free(e); }
 };
-
-// The C runtime's text for `code`.
-std::wstring ErrnoText(int code) {
-    return orvik::pkgshared::Utf8ToWide(std::strerror(code));
-}
 
 // The library's error, with the system's reason when it names one.
 std::wstring LibraryError(archive* a) {

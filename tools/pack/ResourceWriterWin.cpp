@@ -4,8 +4,8 @@
 #include <cstring>
 #include <memory>
 
+#include "ErrorText.h"
 #include "ResourceWriter.h"
-#include "shared/SystemErrorMessage.h"
 #include "shared/utils/WinResources.h"
 
 namespace orvik::tools::pack {
@@ -17,10 +17,7 @@ using orvik::pkgshared::UniqueHmodule;
 const WORD kNeutral = MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL);
 
 std::wstring LastError(const std::wstring& what) {
-    const DWORD code = ::GetLastError();
-    std::wstring text = orvik::pkgshared::GetSystemErrorMessage(code);
-    text.erase(text.find_last_not_of(L" .\r\n") + 1);
-    return what + L": error " + std::to_wstring(code) + L": " + text;
+    return what + L": " + WindowsErrorText(::GetLastError());
 }
 
 // Room for an installer: the folder it is written to, the bytes free there
@@ -30,16 +27,15 @@ struct Room {
     std::uint64_t free = 0, needed = 0;
 };
 
-// Why a write failed, from the thread's last error: the Windows error and its
-// text, or that there was none (Wine leaves none when a write runs out of room);
-// either way, when the disk may be full, the room there was.
+// Why a write failed, from the thread's last error; when the disk may be
+// full, with the room there was.
 std::wstring WriteError(const std::wstring& what, const Room& room) {
     const DWORD code = ::GetLastError();
-    std::wstring text = code != 0 ? LastError(what) : what + L": Windows gave no reason";
-    if (code == 0 || code == ERROR_DISK_FULL || code == ERROR_HANDLE_DISK_FULL) {
+    std::wstring text = what + L": " + WindowsErrorText(code);
+    if (MayBeDiskFull(code)) {
         text += L"; " + room.folder + L" had " + std::to_wstring(room.free) +
                 L" bytes free and the installer needs about " + std::to_wstring(room.needed) +
-                L": free space there or write the installer to another folder";
+                L": " + kFreeSpaceAdvice;
     }
     return text;
 }
