@@ -49,9 +49,9 @@ std::wstring LibraryErrorText(archive* a) {
     return text != nullptr ? Utf8ToWide(text) : std::wstring();
 }
 
-// Turns a failed library call into the foundation's exception, recording
-// the line of the failing call.
-[[noreturn]] void ThrowWriteError(int errnum, const std::wstring& text, std::int32_t line) {
+// Turns a failure (an error number and its text) into the foundation's
+// exception, recording the line of the failing call.
+[[noreturn]] void ThrowFailure(int errnum, const std::wstring& text, std::int32_t line) {
     if (errnum == ENOSPC) {
         ORVIK_THROW_AT(line, Exception, kDiskFullCode);
     }
@@ -59,7 +59,7 @@ std::wstring LibraryErrorText(archive* a) {
 }
 
 [[noreturn]] void ThrowLibraryError(archive* a, std::int32_t line) {
-    ThrowWriteError(archive_errno(a), LibraryErrorText(a), line);
+    ThrowFailure(archive_errno(a), LibraryErrorText(a), line);
 }
 
 #define ORVIK_CHECK_ARCHIVE(call, handle)        \
@@ -105,7 +105,7 @@ void CopyData(ArchiveReadAhead& reader, archive* writer, DirectFileWriter* direc
         const ArchiveReadAhead::Item item = reader.NextData();
         if (item.kind != ArchiveReadAhead::Item::Data) {
             if (item.kind == ArchiveReadAhead::Item::Failure) {
-                ThrowWriteError(item.errnum, item.errorText, __LINE__);
+                ThrowFailure(item.errnum, item.errorText, __LINE__);
             }
             return;
         }
@@ -114,7 +114,7 @@ void CopyData(ArchiveReadAhead& reader, archive* writer, DirectFileWriter* direc
         if (direct == nullptr) {
             ORVIK_CHECK_ARCHIVE(archive_write_data_block(writer, block, size, item.offset), writer);
         } else if (const auto failure = direct->Write(block, size, item.offset)) {
-            ThrowWriteError(failure.errnum, failure.text, __LINE__);
+            ThrowFailure(failure.errnum, failure.text, __LINE__);
         }
     }
 }
@@ -322,7 +322,7 @@ void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
         if (!directly) {
             ORVIK_CHECK_ARCHIVE(archive_write_finish_entry(writer.get()), writer.get());
         } else if (const auto failure = direct.Finish()) {
-            ThrowWriteError(failure.errnum, failure.text, __LINE__);
+            ThrowFailure(failure.errnum, failure.text, __LINE__);
         }
         if (readOnly && (archive_entry_mode(entry) & 0222) == 0) {
             RemoveWritePermissions(target);

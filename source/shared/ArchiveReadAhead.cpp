@@ -9,13 +9,12 @@ namespace {
 constexpr size_t kMaximumBytes = 4u << 20;
 constexpr size_t kMaximumItems = 256;
 
-ArchiveReadAhead::Item FailureOf(archive* reader, bool inHeader) {
+ArchiveReadAhead::Item FailureOf(archive* reader) {
     ArchiveReadAhead::Item item;
     item.kind = ArchiveReadAhead::Item::Failure;
     const char* text = archive_error_string(reader);
     item.errorText = text != nullptr ? Utf8ToWide(text) : std::wstring();
     item.errnum = archive_errno(reader);
-    item.inHeader = inHeader;
     return item;
 }
 
@@ -52,7 +51,7 @@ void ArchiveReadAhead::ReadItems() noexcept {
                 return;
             }
             if (header != ARCHIVE_OK) {
-                Push(FailureOf(reader_, true));
+                Push(FailureOf(reader_));
                 return;
             }
             if (!wanted_(entry)) {
@@ -73,7 +72,7 @@ void ArchiveReadAhead::ReadItems() noexcept {
                 if (read == ARCHIVE_EOF) {
                     data.kind = Item::EndOfData;
                 } else if (read < ARCHIVE_OK) {
-                    Push(FailureOf(reader_, false));
+                    Push(FailureOf(reader_));
                     return;
                 } else {
                     data.kind = Item::Data;

@@ -36,7 +36,6 @@ public:
         la_int64_t offset = 0;   // Data: where it goes
         std::wstring errorText;  // Failure: the library's text
         int errnum = 0;          // Failure: the library's error number
-        bool inHeader = false;   // Failure: met reading a header (else data)
     };
 
     // Reads `reader` (opened, owned by the caller, not to be used by it until

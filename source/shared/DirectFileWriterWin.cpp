@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cwchar>
 
+#include <boost/filesystem/operations.hpp>
+
 #include "shared/DirectFileWriter.h"
 #include "shared/utils/WinResources.h"
 
@@ -57,23 +59,6 @@ int ErrorNumber(DWORD error) {
     }
 }
 
-bool CreateParents(const std::wstring& file) {
-    const size_t slash = file.find_last_of(L'\\');
-    if (slash == std::wstring::npos || slash == 0) {
-        return false;
-    }
-    const std::wstring parent = file.substr(0, slash);
-    if (::CreateDirectoryW(parent.c_str(), nullptr)) {
-        return true;
-    }
-    const DWORD error = ::GetLastError();
-    if (error == ERROR_ALREADY_EXISTS) {
-        return true;
-    }
-    return error == ERROR_PATH_NOT_FOUND && CreateParents(parent) &&
-           ::CreateDirectoryW(parent.c_str(), nullptr);
-}
-
 }  // namespace
 
 class DirectFileWriter::Impl {
@@ -109,8 +94,12 @@ bool DirectFileWriter::Create(archive_entry* entry, const std::wstring& name) {
                              nullptr);
     };
     impl_->file.reset(create());
-    if (!impl_->file && ::GetLastError() == ERROR_PATH_NOT_FOUND && CreateParents(target)) {
-        impl_->file.reset(create());
+    if (!impl_->file && ::GetLastError() == ERROR_PATH_NOT_FOUND) {
+        boost::system::error_code error;
+        boost::filesystem::create_directories(boost::filesystem::path(target).parent_path(), error);
+        if (!error) {
+            impl_->file.reset(create());
+        }
     }
     if (!impl_->file) {
         return false;
