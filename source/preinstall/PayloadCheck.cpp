@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <limits>
 #include <vector>
 
 #include "shared/utils/UniqueFile.h"
@@ -33,16 +32,8 @@ std::uint64_t GetLittleEndian(const std::uint8_t* in, int bytes) {
 }  // namespace
 
 void PayloadCheck::Add(const void* data, std::size_t size) {
-    const auto* bytes = static_cast<const Bytef*>(data);
     size_ += size;
-    // crc32() takes at most a uInt at a time.
-    while (size > 0) {
-        const auto part =
-            static_cast<uInt>(std::min<std::size_t>(size, std::numeric_limits<uInt>::max()));
-        crc_ = static_cast<std::uint32_t>(::crc32(crc_, bytes, part));
-        bytes += part;
-        size -= part;
-    }
+    crc_ = static_cast<std::uint32_t>(::crc32_z(crc_, static_cast<const Bytef*>(data), size));
 }
 
 std::optional<PayloadCheck> PayloadCheck::OfFile(const std::wstring& path) {
