@@ -83,8 +83,7 @@ int RunWindow(HINSTANCE instance, orvik::pkgshared::SharedSession& session,
     PreInstallPlatformWin platform(session, nullptr, instance);
     MainWindow::StaticBrush();
     MainWindow::SetProcessWindow(&window);
-    const std::int32_t result =
-        RunReportingFailure(window, platform.CommandLineArguments(), session, platform);
+    const std::int32_t result = RunReportingFailure(window, session, platform);
     MainWindow::SetProcessWindow(nullptr);
     try {
         window.UnregisterWindowClasses();

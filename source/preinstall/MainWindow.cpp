@@ -224,8 +224,7 @@ void MainWindow::CreateProgressWindow(const std::wstring* title) noexcept {
     }
 }
 
-std::int32_t RunReportingFailure(MainWindow& window, const std::vector<std::wstring>& arguments,
-                                 orvik::pkgshared::ISharedSession& session,
+std::int32_t RunReportingFailure(MainWindow& window, orvik::pkgshared::ISharedSession& session,
                                  IPreInstallPlatform& platform) {
     try {
         return window.Run();
@@ -237,7 +236,8 @@ std::int32_t RunReportingFailure(MainWindow& window, const std::vector<std::wstr
             // Shown all the same.
         }
         const std::wstring text = pkgshared::FormatErrorMessage(e);
-        const CommandLineOptions options = ParseCommandLine(arguments).options;
+        const CommandLineOptions options =
+            ParseCommandLine(platform.CommandLineArguments()).options;
         if (options.passive || options.quiet) {
             platform.WriteToParentConsole(text);
         } else {

@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "shared/Exception.h"
 #include "shared/ISharedSession.h"
@@ -76,11 +75,10 @@ private:
 
 // Runs `window` and returns its result. When the window itself fails, the
 // error is appended to errorlog.txt and shown like an error of the run:
-// written to the parent console when `arguments` (the command line's, after
-// the program's name) ask for a passive or quiet run, shown in a message box
+// written to the parent console when the command line (read from `platform`
+// only then) asks for a passive or quiet run, shown in a message box
 // otherwise; its code is returned.
-std::int32_t RunReportingFailure(MainWindow& window, const std::vector<std::wstring>& arguments,
-                                 orvik::pkgshared::ISharedSession& session,
+std::int32_t RunReportingFailure(MainWindow& window, orvik::pkgshared::ISharedSession& session,
                                  IPreInstallPlatform& platform);
 
 class PreInstallStartThreadError : public orvik::pkgshared::Exception {

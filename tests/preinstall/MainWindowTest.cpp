@@ -55,7 +55,8 @@ struct ShowingPlatform : PreInstallPlatformWin {
     using PreInstallPlatformWin::PreInstallPlatformWin;
     void ShowError(const std::wstring& text) override { shown = L"box: " + text; }
     void WriteToParentConsole(const std::wstring& text) override { shown = L"console: " + text; }
-    std::wstring shown;
+    std::vector<std::wstring> CommandLineArguments() override { return {argument}; }
+    std::wstring argument, shown;
 };
 
 // Without a worker a window ends with -125202, its class still registered: run again it fails
@@ -69,7 +70,8 @@ TEST(MainWindowTest, AFailedWindowIsShownOnTheConsoleInUnattendedRuns) {
     const auto text = pkgshared::FormatErrorMessage(-126320, 0, L"1410", MainWindow::kClassName);
     for (auto [arg, console] : {std::pair{L"--quiet", 1}, {L"--passive", 1}, {L"--Quiet", 0}}) {
         ShowingPlatform platform(session, nullptr, nullptr);
-        EXPECT_EQ(-126320, RunReportingFailure(window, {arg}, session, platform));
+        platform.argument = arg;
+        EXPECT_EQ(-126320, RunReportingFailure(window, session, platform));
         EXPECT_EQ((console ? L"console: " : L"box: ") + text, platform.shown) << arg;
     }
     window.UnregisterWindowClasses();
