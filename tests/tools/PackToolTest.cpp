@@ -3,6 +3,8 @@
 #include <zlib.h>
 #include <boost/filesystem/operations.hpp>
 #include <cstdint>
+#include <cstring>
+#include <map>
 #include "pack/PackOptions.h"
 #include "pack/PackProgress.h"
 #include "support/ArchiveBuilder.h"
@@ -60,10 +62,12 @@ TEST(PackProgressTest, LineTellsSizesFilesRateAndTimeLeft) {
 // Every regular file below `root` by its relative path, with its bytes.
 class PackToolTest : public ::testing::Test {
 protected:
-    orvik::testing::ChildResult Pack(const fs::path& output, const std::wstring& arguments) {
-        return orvik::testing::Pack(L"--template \"" + orvik::testing::BinDirectory() + L"\\" +
-                                        ORVIK_PAYLOAD_PROBE_NAME L"\" --output " + Quoted(output) +
-                                        L" " + arguments,
+    const fs::path probe_ = orvik::testing::BinDirectory() + L"\\" + ORVIK_PAYLOAD_PROBE_NAME;
+    orvik::testing::ChildResult Pack(const fs::path& output, const std::wstring& arguments,
+                                     const fs::path& templatePath = {}) {
+        return orvik::testing::Pack(L"--template " +
+                                        Quoted(templatePath.empty() ? probe_ : templatePath) +
+                                        L" --output " + Quoted(output) + L" " + arguments,
                                     scratch_.Path());
     }
     // Runs a packed probe: it unpacks into `run`\payload.
@@ -86,6 +90,96 @@ std::string PayloadOf(const fs::path& installer) {
     return loaded == nullptr ? std::string()
                              : std::string(static_cast<const char*>(::LockResource(loaded)),
                                            ::SizeofResource(module.get(), found));
+}
+
+// Every resource of `image` as "type/name/language" with its bytes.
+struct ResourceWalk {
+    HMODULE module;
+    std::map<std::wstring, std::string> found;
+
+    static std::wstring Text(LPCWSTR id) {
+        return IS_INTRESOURCE(id) ? L"#" + std::to_wstring(reinterpret_cast<ULONG_PTR>(id))
+                                  : std::wstring(id);
+    }
+    static BOOL CALLBACK OnLanguage(HMODULE, LPCWSTR type, LPCWSTR name, WORD language,
+                                    LONG_PTR self) {
+        auto& walk = *reinterpret_cast<ResourceWalk*>(self);
+        const HRSRC found = ::FindResourceExW(walk.module, type, name, language);
+        const auto* bytes =
+            static_cast<const char*>(::LockResource(::LoadResource(walk.module, found)));
+        walk.found[Text(type) + L"/" + Text(name) + L"/" + std::to_wstring(language)] =
+            std::string(bytes, ::SizeofResource(walk.module, found));
+        return TRUE;
+    }
+    static BOOL CALLBACK OnName(HMODULE module, LPCWSTR type, LPWSTR name, LONG_PTR self) {
+        return ::EnumResourceLanguagesW(module, type, name, &OnLanguage, self);
+    }
+    static BOOL CALLBACK OnType(HMODULE module, LPWSTR type, LONG_PTR self) {
+        return ::EnumResourceNamesW(module, type, &OnName, self);
+    }
+};
+std::map<std::wstring, std::string> ResourcesOf(const fs::path& image) {
+    const pkgshared::UniqueHmodule module(::LoadLibraryExW(
+        image.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+    ResourceWalk walk{module.get(), {}};
+    ::EnumResourceTypesW(module.get(), &ResourceWalk::OnType, reinterpret_cast<LONG_PTR>(&walk));
+    return walk.found;
+}
+
+// An installer keeps every resource of its template and holds the added ones, each once, also
+// when it is itself packed again; a template whose layout cannot be rebuilt goes through the
+// system's update functions to the same resources.
+TEST_F(PackToolTest, TemplateResourcesAreKeptAndAddedOnesReplaced) {
+    const std::string first = orvik::testing::RandomBytes(3 << 20, 4);
+    fs::create_directories(scratch_ / L"a");
+    WriteBytes(scratch_ / L"a" / L"Install.exe", first);
+    fs::create_directories(scratch_ / L"b");
+    WriteBytes(scratch_ / L"b" / L"Install.exe", "second");
+    WriteBytes(
+        scratch_ / L"online.xml",
+        "<orvikpkgOnlineInstall schemaVersion=\"26.5\"><downloadItem "
+        "uri=\"https://x.invalid/s.xml\"/><progressTitle value=\"T\"/></orvikpkgOnlineInstall>");
+    // The probe with the section after its resources no longer discardable.
+    std::string fixed = ReadBytes(probe_);
+    const std::size_t optional = *reinterpret_cast<const std::uint32_t*>(fixed.data() + 0x3c) + 24;
+    const std::size_t table =
+        optional + *reinterpret_cast<const std::uint16_t*>(fixed.data() + optional - 4);
+    std::size_t after = table;
+    while (std::strncmp(fixed.data() + after, ".rsrc", 8) != 0) {
+        after += 40;
+    }
+    fixed[after + 40 + 36 + 3] &= ~0x02;
+    WriteBytes(scratch_ / L"fixed.exe", fixed);
+    const std::map<std::wstring, std::string> own = ResourcesOf(probe_);
+    ASSERT_EQ(5u, own.size());
+    const auto payloadDir = [&](const wchar_t* folder) {
+        return L"--payload-dir " + Quoted(scratch_ / folder);
+    };
+    const struct {
+        fs::path templatePath, output;
+        std::wstring arguments;
+        std::string install;
+    } rows[] = {
+        {probe_, scratch_ / L"1.exe",
+         payloadDir(L"a") + L" --online-install " + Quoted(scratch_ / L"online.xml"), first},
+        {scratch_ / L"1.exe", scratch_ / L"2.exe", payloadDir(L"b"), "second"},
+        {scratch_ / L"fixed.exe", scratch_ / L"3.exe",
+         payloadDir(L"a") + L" --online-install " + Quoted(scratch_ / L"online.xml"), first},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        const auto packed = Pack(row.output, row.arguments, row.templatePath);
+        ASSERT_EQ(0, packed.exitCode) << packed.output;
+        auto found = ResourcesOf(row.output);
+        EXPECT_EQ(ReadBytes(scratch_ / L"online.xml"), found[L"#10/ORVIKPKG_ONLINE_INSTALL/0"]);
+        EXPECT_EQ(16u, found[L"#10/ORVIKPKG_PAYLOAD_CHECK/0"].size());
+        for (const auto& [key, bytes] : own) {
+            EXPECT_EQ(bytes, found[key]) << key;
+        }
+        EXPECT_EQ(own.size() + 3, found.size());
+        ASSERT_EQ(0, Probe(row.output));
+        EXPECT_EQ(row.install, ReadBytes(run_ / L"payload" / L"Install.exe"));
+    }
 }
 
 // Whether `gzip` is one gzip member to its last byte, its trailer matching its data.

@@ -1,10 +1,12 @@
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 
 #include "ErrorText.h"
+#include "RebuiltImage.h"
 #include "ResourceWriter.h"
 #include "shared/utils/WinResources.h"
 
@@ -115,6 +117,57 @@ bool Update(const std::wstring& target, const std::vector<ResourceInput>& resour
     return true;
 }
 
+// Writes `pieces` in order to a new file at `target`.
+bool WritePieces(const std::wstring& target, const std::vector<ByteSpan>& pieces, const Room& room,
+                 std::wstring& error) {
+    const UniqueHandle file(::CreateFileW(target.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                          FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN,
+                                          nullptr));
+    if (!file) {
+        error = WriteError(L"cannot create " + target, room);
+        return false;
+    }
+    constexpr std::uint64_t kMostPerWrite = std::uint64_t{1} << 26;
+    for (const ByteSpan& piece : pieces) {
+        for (std::uint64_t done = 0; done < piece.size;) {
+            const DWORD part = static_cast<DWORD>(std::min(piece.size - done, kMostPerWrite));
+            DWORD written = 0;
+            if (!::WriteFile(file.get(), piece.data + done, part, &written, nullptr) ||
+                written != part) {
+                error = WriteError(L"cannot write " + target, room);
+                return false;
+            }
+            done += part;
+        }
+    }
+    return true;
+}
+
+// Writes the installer at `target`: the template with its resource section
+// rebuilt in one sequential pass when its layout allows, otherwise a copy
+// changed through the system's resource update functions.
+bool WriteInstaller(const MappedFile& templateFile, const std::wstring& templatePath,
+                    const std::wstring& target, const std::vector<ResourceInput>& resources,
+                    const std::vector<MappedFile>& mapped, const Room& room, std::wstring& error) {
+    std::vector<AddedResource> added;
+    for (size_t i = 0; i < resources.size(); ++i) {
+        added.push_back({std::u16string(resources[i].name.begin(), resources[i].name.end()),
+                         {static_cast<const unsigned char*>(mapped[i].data), mapped[i].size}});
+    }
+    std::string why;
+    if (const auto rebuilt = RebuiltImage::Make(
+            {static_cast<const unsigned char*>(templateFile.data), templateFile.size}, added,
+            why)) {
+        return WritePieces(target, rebuilt->Pieces(), room, error);
+    }
+    if (!::CopyFileW(templatePath.c_str(), target.c_str(), FALSE)) {
+        error = WriteError(L"cannot copy " + templatePath + L" to " + target, room);
+        return false;
+    }
+    ::SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
+    return Update(target, resources, mapped, room, error);
+}
+
 // Reads each resource back from `target` as a data file.
 bool Compare(const std::wstring& target, const std::vector<ResourceInput>& resources,
              const std::vector<MappedFile>& mapped, std::wstring& error) {
@@ -162,15 +215,14 @@ bool WriteResources(const std::wstring& templatePath, const std::wstring& output
     ULARGE_INTEGER free{};
     room.free =
         ::GetDiskFreeSpaceExW(room.folder.c_str(), &free, nullptr, nullptr) ? free.QuadPart : 0;
-    const std::wstring temporary = outputPath + L".partial";
-    if (!::CopyFileW(templatePath.c_str(), temporary.c_str(), FALSE)) {
-        error = WriteError(L"cannot copy " + templatePath + L" to " + temporary, room);
-        ::DeleteFileW(temporary.c_str());
+    MappedFile templateFile;
+    if (!Map(ResourceInput{{}, templatePath, {}}, templateFile, error)) {
         return false;
     }
-    ::SetFileAttributesW(temporary.c_str(), FILE_ATTRIBUTE_NORMAL);
-    const bool written = Update(temporary, resources, mapped, room, error) &&
-                         Compare(temporary, resources, mapped, error) && mayCommit();
+    const std::wstring temporary = outputPath + L".partial";
+    const bool written =
+        WriteInstaller(templateFile, templatePath, temporary, resources, mapped, room, error) &&
+        Compare(temporary, resources, mapped, error) && mayCommit();
     if (written &&
         ::MoveFileExW(temporary.c_str(), outputPath.c_str(), MOVEFILE_REPLACE_EXISTING)) {
         return true;

@@ -1,0 +1,167 @@
+#include "pack/RebuiltImage.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "support/ChildProcess.h"
+#include "support/TestData.h"
+
+namespace orvik::tools::pack {
+namespace {
+
+std::uint32_t Get32(const std::string& image, std::size_t at) {
+    std::uint32_t value;
+    std::memcpy(&value, image.data() + at, 4);
+    return value;
+}
+void Put32(std::string& image, std::size_t at, std::uint32_t value) {
+    std::memcpy(image.data() + at, &value, 4);
+}
+
+// Where the header of the section named `name` is in `image`.
+std::size_t SectionHeader(const std::string& image, const char* name) {
+    const std::size_t optional = Get32(image, 0x3c) + 24;
+    const std::size_t table = optional + (Get32(image, optional - 4) & 0xffff);
+    for (std::size_t at = table; at + 40 <= image.size(); at += 40) {
+        if (std::strncmp(image.data() + at, name, 8) == 0) {
+            return at;
+        }
+    }
+    return 0;
+}
+
+// The probe stands in for the template (PE32 in one tree, PE32+ in the other): it rebuilds, and
+// each layout that would come out broken is refused with its reason, so the tool falls back to
+// the system's update functions.
+TEST(RebuiltImageTest, ImagesItCannotRebuildSayWhy) {
+    const std::string probe = orvik::testing::ReadBytes(orvik::testing::BinDirectory() + L"\\" +
+                                                        ORVIK_PAYLOAD_PROBE_NAME);
+    const std::size_t optional = Get32(probe, 0x3c) + 24;
+    const std::size_t directories =
+        optional + (probe[optional] == 0x0b && probe[optional + 1] == 1 ? 96 : 112);
+    const std::size_t resources = SectionHeader(probe, ".rsrc");
+    ASSERT_NE(0u, resources);
+    const auto changed = [&](std::size_t at, std::uint32_t value) {
+        std::string image = probe;
+        Put32(image, at, value);
+        return image;
+    };
+    const std::string data = "data";
+    const AddedResource payload{u"orvikpkg_payload",
+                                {reinterpret_cast<const unsigned char*>(data.data()), 4}};
+    const struct {
+        std::string image;
+        std::vector<AddedResource> added;
+        std::string why;
+    } rows[] = {
+        {probe, {payload}, ""},
+        {probe.substr(0, 0x200), {payload}, "not a PE image"},
+        {changed(0x3c, 0x7fffffff), {payload}, "not a PE image"},
+        {changed(directories + 8 * 4 + 4, 0x1000), {payload}, "the image carries a certificate"},
+        {changed(directories + 8 * 2, Get32(probe, directories + 8 * 2) + 8),
+         {payload},
+         "the resource directory does not start a section"},
+        // The section after the resources no longer discardable.
+        {changed(resources + 40 + 36, Get32(probe, resources + 40 + 36) & ~0x02000000u),
+         {payload},
+         "a section after the resources is not a discardable one"},
+        {changed(directories + 8 * 1, Get32(probe, resources + 40 + 12)),
+         {payload},
+         "a data directory points into a section after the resources"},
+        // The root directory claims 0xffff entries.
+        {changed(Get32(probe, resources + 20) + 12, 0xffffffff),
+         {payload},
+         "the resource directory is not well formed"},
+        {probe,
+         {payload, {u"ORVIKPKG_PAYLOAD", payload.bytes}},
+         "added resources need distinct ASCII names"},
+        {probe, {{u"\u00c9", payload.bytes}}, "added resources need distinct ASCII names"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        std::string why;
+        const auto rebuilt = RebuiltImage::Make(
+            {reinterpret_cast<const unsigned char*>(row.image.data()), row.image.size()}, row.added,
+            why);
+        EXPECT_EQ(row.why.empty(), rebuilt != nullptr);
+        EXPECT_EQ(row.why, why.substr(0, row.why.size()));
+    }
+}
+
+struct Pe {
+    std::string bytes;
+    std::size_t optional, directories, table;
+    std::uint32_t count;
+    explicit Pe(std::string image) : bytes(std::move(image)) {
+        optional = Get32(bytes, 0x3c) + 24;
+        directories = optional + (Get32(bytes, optional) % 0x10000 == 0x10b ? 96 : 112);
+        table = optional + Get32(bytes, optional - 4) % 0x10000;
+        count = Get32(bytes, optional - 18) % 0x10000;
+    }
+    std::string Name(std::uint32_t i) const { return bytes.substr(table + 40 * i, 8); }
+    std::uint32_t Field(std::uint32_t i, std::size_t at) const {
+        return Get32(bytes, table + 40 * i + at);
+    }
+    std::string Raw(std::uint32_t i) const { return bytes.substr(Field(i, 20), Field(i, 16)); }
+    // The file bytes at image address `rva`.
+    std::string At(std::uint32_t rva, std::uint32_t size) const {
+        for (std::uint32_t i = 0; i < count; ++i) {
+            if (rva >= Field(i, 12) && rva - Field(i, 12) < Field(i, 16)) {
+                return bytes.substr(Field(i, 20) + rva - Field(i, 12), size);
+            }
+        }
+        return {};
+    }
+};
+
+// Rebuilt around resources of any size, or one that replaces a resource of its own, the image
+// keeps every other section's bytes, every data directory's contents and its symbols, and its
+// size in memory covers its sections.
+TEST(RebuiltImageTest, EverythingButTheResourcesComesOutAsItWent) {
+    const Pe probe(orvik::testing::ReadBytes(orvik::testing::BinDirectory() + L"\\" +
+                                             ORVIK_PAYLOAD_PROBE_NAME));
+    const std::string big = orvik::testing::RandomBytes(5 << 20, 3);
+    const auto span = [](const std::string& bytes) {
+        return ByteSpan{reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
+    };
+    for (const auto& added : {std::vector<AddedResource>{{u"A", span("x")}},
+                              std::vector<AddedResource>{{u"A", span(big)}, {u"B", span("y")}},
+                              std::vector<AddedResource>{{u"PROBE_NOTE", span("z")}}}) {
+        SCOPED_TRACE(added.size());
+        std::string why;
+        const auto rebuilt = RebuiltImage::Make(span(probe.bytes), added, why);
+        ASSERT_NE(nullptr, rebuilt) << why;
+        std::string image;
+        for (const ByteSpan& piece : rebuilt->Pieces()) {
+            image.append(reinterpret_cast<const char*>(piece.data), piece.size);
+        }
+        const Pe out(image);
+        ASSERT_EQ(probe.count, out.count);
+        std::uint64_t end = 0;
+        for (std::uint32_t i = 0; i < out.count; ++i) {
+            EXPECT_EQ(probe.Name(i), out.Name(i));
+            if (probe.Name(i).rfind(".rsrc", 0) != 0) {
+                EXPECT_EQ(probe.Raw(i), out.Raw(i)) << probe.Name(i);
+            }
+            end = std::max<std::uint64_t>(end, out.Field(i, 12) + out.Field(i, 8));
+        }
+        EXPECT_LE(end, Get32(out.bytes, out.optional + 56));
+        for (std::uint32_t d = 0; d < 16; ++d) {
+            const std::uint32_t rva = Get32(probe.bytes, probe.directories + 8 * d),
+                                size = Get32(probe.bytes, probe.directories + 8 * d + 4);
+            if (d != 2 && size != 0) {
+                EXPECT_EQ(probe.At(rva, size),
+                          out.At(Get32(out.bytes, out.directories + 8 * d), size))
+                    << d;
+            }
+        }
+        const std::uint32_t symbols = Get32(probe.bytes, probe.optional - 12);
+        EXPECT_EQ(probe.bytes.substr(symbols),
+                  out.bytes.substr(Get32(out.bytes, out.optional - 12)));
+    }
+}
+
+}  // namespace
+}  // namespace orvik::tools::pack
