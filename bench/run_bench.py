@@ -6,6 +6,7 @@ raw figures, to OUT/table.txt and OUT/results.json.
 Usage: run_bench.py BUILD_DIR [--out DIR] [--sizes MB,...] [--repeat N] [--parts LIST]
 """
 import argparse
+import atexit
 import json
 import os
 import platform
@@ -411,6 +412,9 @@ def main():
     parts = args.parts.split(",")
     bench = Bench(args.build, args.out or os.path.join(args.build, "bench"), args.repeat)
     started = time.monotonic()
+    # The prefix's server is stopped however the run ends, so that no
+    # server of a prefix under --out holds the caller's output open.
+    atexit.register(subprocess.call, ["wineserver", "-k"], env=bench.wine.env)
     bench.prepare_prefix()
     if "startup" in parts:
         bench.startup()
