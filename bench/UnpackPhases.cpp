@@ -1,8 +1,8 @@
 // Where an unpack's time goes, under Wine: writes the archive to a new file
-// as the bootstrapper saves its payload (1 MiB parts, with and without the
-// CRC-32), unpacks it with the library calls, options and block size of the
-// archive manager, each kind of call timed on its own, and removes the
-// result as the bootstrapper removes its working directory. Prints one JSON
+// as the bootstrapper saves its payload (one write call, then the CRC-32),
+// unpacks it with the library calls, options and block size of the archive
+// manager, each kind of call timed on its own, and removes the result as the
+// bootstrapper removes its working directory. Prints one JSON
 // object of seconds.
 // Usage: bench-UnpackPhases.exe ARCHIVE FOLDER   (FOLDER must not exist)
 #include <windows.h>
@@ -21,7 +21,6 @@
 
 namespace {
 
-constexpr DWORD kPart = 1 << 20;
 constexpr size_t kBlockSize = 10240;
 constexpr int kWriterOptions =
     ARCHIVE_EXTRACT_PERM | ARCHIVE_EXTRACT_TIME | ARCHIVE_EXTRACT_ACL | ARCHIVE_EXTRACT_FFLAGS;
@@ -63,31 +62,22 @@ struct Phases {
 };
 
 bool WriteArchiveFile(const MappedArchive& bytes, const std::wstring& path, Phases& phases) {
-    constexpr std::uint64_t kWindow = 64 << 20;
     HANDLE file = ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                 FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
         return Fail("create the archive file", nullptr);
     }
-    uLong crc = 0;
-    bool written = true;
-    for (std::uint64_t window = 0; written && window < bytes.size; window += kWindow) {
-        const auto length = static_cast<size_t>(std::min(kWindow, bytes.size - window));
-        const auto* view = static_cast<const Bytef*>(
-            ::MapViewOfFile(bytes.mapping, FILE_MAP_READ, static_cast<DWORD>(window >> 32),
-                            static_cast<DWORD>(window), length));
-        written = view != nullptr || Fail("map the archive", nullptr);
-        for (size_t done = 0; written && done < length; done += kPart) {
-            const DWORD part = static_cast<DWORD>(std::min<size_t>(kPart, length - done));
-            crc = Timed(phases.crc, [&] { return ::crc32(crc, view + done, part); });
-            DWORD count = 0;
-            written = Timed(phases.write, [&] {
-                return ::WriteFile(file, view + done, part, &count, nullptr) != FALSE;
-            });
-        }
-        if (view != nullptr) {
-            ::UnmapViewOfFile(view);
-        }
+    const auto length = static_cast<size_t>(bytes.size);
+    const auto* view =
+        static_cast<const Bytef*>(::MapViewOfFile(bytes.mapping, FILE_MAP_READ, 0, 0, length));
+    bool written = view != nullptr || Fail("map the archive", nullptr);
+    if (written) {
+        DWORD count = 0;
+        written = Timed(phases.write, [&] {
+            return ::WriteFile(file, view, static_cast<DWORD>(length), &count, nullptr) != FALSE;
+        });
+        Timed(phases.crc, [&] { return ::crc32_z(0, view, length); });
+        ::UnmapViewOfFile(view);
     }
     ::CloseHandle(file);
     return written || Fail("write the archive file", nullptr);

@@ -248,7 +248,7 @@ class Bench:
                 raise SystemExit("bench-UnpackPhases.exe (%s) failed: %s" % (
                     label, result.stderr.decode("utf-8", "replace")))
             runs.append(json.loads(result.stdout.decode("utf-8").strip().splitlines()[-1]))
-        names = [("write_archive", "writing payload.tar.gz (WriteFile, 1 MiB parts)"),
+        names = [("write_archive", "writing payload.tar.gz (one WriteFile)"),
                  ("crc32", "its CRC-32"),
                  ("read_inflate", "reading and inflating (headers and data)"),
                  ("create_entries", "creating files and folders (write_header)"),

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <vector>
 
 #include "shared/ArchiveManager.h"
@@ -19,22 +18,16 @@ constexpr std::int32_t kExtractEmptyCode = -126316;
 constexpr std::int32_t kExtractEmptyLine = 68;
 constexpr std::int32_t kWriteFileErrorCode = -126317;
 constexpr std::int32_t kWriteFileErrorLine = 97;
-// Each part is checked while it is still in the cache, then written.
-constexpr std::uint32_t kWritePart = 1 << 20;
-
-// Writes `size` bytes to `file`, each part added to `check` first when there
-// is one; returns the Windows error, ERROR_SUCCESS when all were written.
+// Writes all `size` bytes to `file` with one call, then, when the write
+// succeeded and `check` is given, adds them to it; returns the Windows error,
+// ERROR_SUCCESS when the call succeeded.
 DWORD WriteChecked(HANDLE file, const std::uint8_t* data, std::uint32_t size, PayloadCheck* check) {
-    for (std::uint32_t done = 0; done < size;) {
-        const std::uint32_t part = std::min(kWritePart, size - done);
-        if (check != nullptr) {
-            check->Add(data + done, part);
-        }
-        DWORD written = 0;
-        if (!::WriteFile(file, data + done, part, &written, nullptr)) {
-            return ::GetLastError();
-        }
-        done += part;
+    DWORD written = 0;
+    if (!::WriteFile(file, data, size, &written, nullptr)) {
+        return ::GetLastError();
+    }
+    if (check != nullptr) {
+        check->Add(data, size);
     }
     return ERROR_SUCCESS;
 }
