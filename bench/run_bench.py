@@ -177,15 +177,14 @@ class Bench:
 
         ours, unchecked, bsdtar, native = [], [], [], []
         target = os.path.join(work, "out")
-        for _ in range(repeats):
-            with self.fresh.at(self.temp):
-                run = self.bootstrap(installer)
-            self.require(run, "the bootstrapper (%s)" % label, child=True)
-            ours.append(run)
-            with self.fresh.at(self.temp):
-                run = self.bootstrap(unverified)
-            self.require(run, "the unverified bootstrapper (%s)" % label, child=True)
-            unchecked.append(run)
+        for round_ in range(repeats):
+            # The verified and the unverified installer take turns going first.
+            pair = [(installer, ours, ""), (unverified, unchecked, "unverified ")]
+            for path, runs, which in pair if round_ % 2 == 0 else reversed(pair):
+                with self.fresh.at(self.temp):
+                    run = self.bootstrap(path)
+                self.require(run, "the %sbootstrapper (%s)" % (which, label), child=True)
+                runs.append(run)
             with self.fresh.at(target):
                 run = self.wine.timed([self.bsdtar, "-xzf", measure.wine_path(archive), "-C",
                                        measure.wine_path(target)])
