@@ -18,19 +18,6 @@ constexpr std::int32_t kExtractEmptyCode = -126316;
 constexpr std::int32_t kExtractEmptyLine = 68;
 constexpr std::int32_t kWriteFileErrorCode = -126317;
 constexpr std::int32_t kWriteFileErrorLine = 97;
-// Writes all `size` bytes to `file` with one call, then, when the write
-// succeeded and `check` is given, adds them to it; returns the Windows error,
-// ERROR_SUCCESS when the call succeeded.
-DWORD WriteChecked(HANDLE file, const std::uint8_t* data, std::uint32_t size, PayloadCheck* check) {
-    DWORD written = 0;
-    if (!::WriteFile(file, data, size, &written, nullptr)) {
-        return ::GetLastError();
-    }
-    if (check != nullptr) {
-        check->Add(data, size);
-    }
-    return ERROR_SUCCESS;
-}
 
 }  // namespace
 
@@ -48,16 +35,18 @@ FilePath PreInstallPayload::WriteArchive(bool check) {
         const orvik::pkgshared::UniqueHandle file(
             ::CreateFileW(archive.Path().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                           FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (!file) {
+        DWORD written = 0;
+        if (!file || !::WriteFile(file.get(), data_, size_, &written, nullptr)) {
             error = ::GetLastError();
-        } else {
-            written_ = PayloadCheck();
-            error = WriteChecked(file.get(), data_, size_, check ? &written_ : nullptr);
         }
     }
     if (error != ERROR_SUCCESS) {
         ORVIK_THROW_AT(kWriteFileErrorLine, PreInstallPayloadWriteFileError, archive.ToString(),
                        error);
+    }
+    written_ = PayloadCheck();
+    if (check) {
+        written_.Add(data_, size_);
     }
     return archive;
 }
