@@ -121,7 +121,7 @@ class FreshFileSystem:
 
     def __init__(self, scratch):
         self.mounts = False
-        if hasattr(os, "geteuid") and os.geteuid() == 0:
+        if os.geteuid() == 0:
             fresh_folder(scratch)
             if self._mount(scratch):
                 self._unmount(scratch)

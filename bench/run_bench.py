@@ -437,7 +437,8 @@ def main():
     with open(os.path.join(bench.out, "table.txt"), "w") as out:
         out.write(table + "\n\n" + summary + "\n")
     with open(os.path.join(bench.out, "results.json"), "w") as out:
-        json.dump({"machine": machine(), "unpacks": unpacks, "raw": bench.raw, "rows": bench.rows}, out, indent=1)
+        json.dump({"machine": machine(), "unpacks": unpacks, "raw": bench.raw,
+                   "rows": bench.rows}, out, indent=1)
 
 
 if __name__ == "__main__":
