@@ -3,34 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 
+#include "ImageBytes.h"
 #include "support/ChildProcess.h"
 #include "support/TestData.h"
 
 namespace orvik::tools::pack {
 namespace {
-
-std::uint32_t Get32(const std::string& image, std::size_t at) {
-    std::uint32_t value;
-    std::memcpy(&value, image.data() + at, 4);
-    return value;
-}
-void Put32(std::string& image, std::size_t at, std::uint32_t value) {
-    std::memcpy(image.data() + at, &value, 4);
-}
-
-// Where the header of the section named `name` is in `image`.
-std::size_t SectionHeader(const std::string& image, const char* name) {
-    const std::size_t optional = Get32(image, 0x3c) + 24;
-    const std::size_t table = optional + (Get32(image, optional - 4) & 0xffff);
-    for (std::size_t at = table; at + 40 <= image.size(); at += 40) {
-        if (std::strncmp(image.data() + at, name, 8) == 0) {
-            return at;
-        }
-    }
-    return 0;
-}
 
 // The probe stands in for the template (PE32 in one tree, PE32+ in the other): it rebuilds, and
 // each layout that would come out broken is refused with its reason, so the tool falls back to
@@ -59,7 +38,11 @@ TEST(RebuiltImageTest, ImagesItCannotRebuildSayWhy) {
         {probe, {payload}, ""},
         {probe.substr(0, 0x200), {payload}, "not a PE image"},
         {changed(0x3c, 0x7fffffff), {payload}, "not a PE image"},
-        {changed(directories + 8 * 4 + 4, 0x1000), {payload}, "the image carries a certificate"},
+        // A certificate no longer stands in the way: it is left out.
+        {Signed(probe), {payload}, ""},
+        {changed(resources + 16, Get32(probe, resources + 16) - 1),
+         {payload},
+         "the resource section's size in the file is not a multiple of the file alignment"},
         {changed(directories + 8 * 2, Get32(probe, directories + 8 * 2) + 8),
          {payload},
          "the resource directory does not start a section"},
@@ -82,9 +65,7 @@ TEST(RebuiltImageTest, ImagesItCannotRebuildSayWhy) {
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         std::string why;
-        const auto rebuilt = RebuiltImage::Make(
-            {reinterpret_cast<const unsigned char*>(row.image.data()), row.image.size()}, row.added,
-            why);
+        const auto rebuilt = RebuiltImage::Make(Span(row.image), row.added, why);
         EXPECT_EQ(row.why.empty(), rebuilt != nullptr);
         EXPECT_EQ(row.why, why.substr(0, row.why.size()));
     }
@@ -123,15 +104,13 @@ TEST(RebuiltImageTest, EverythingButTheResourcesComesOutAsItWent) {
     const Pe probe(orvik::testing::ReadBytes(orvik::testing::BinDirectory() + L"\\" +
                                              ORVIK_PAYLOAD_PROBE_NAME));
     const std::string big = orvik::testing::RandomBytes(5 << 20, 3);
-    const auto span = [](const std::string& bytes) {
-        return ByteSpan{reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
-    };
-    for (const auto& added : {std::vector<AddedResource>{{u"A", span("x")}},
-                              std::vector<AddedResource>{{u"A", span(big)}, {u"B", span("y")}},
-                              std::vector<AddedResource>{{u"PROBE_NOTE", span("z")}}}) {
+    const std::string x = "x", y = "y", z = "z";
+    for (const auto& added : {std::vector<AddedResource>{{u"A", Span(x)}},
+                              std::vector<AddedResource>{{u"A", Span(big)}, {u"B", Span(y)}},
+                              std::vector<AddedResource>{{u"PROBE_NOTE", Span(z)}}}) {
         SCOPED_TRACE(added.size());
         std::string why;
-        const auto rebuilt = RebuiltImage::Make(span(probe.bytes), added, why);
+        const auto rebuilt = RebuiltImage::Make(Span(probe.bytes), added, why);
         ASSERT_NE(nullptr, rebuilt) << why;
         std::string image;
         for (const ByteSpan& piece : rebuilt->Pieces()) {

@@ -7,12 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace orvik::tools::pack {
+#include "ByteSpan.h"
 
-struct ByteSpan {
-    const unsigned char* data = nullptr;
-    std::uint64_t size = 0;
-};
+namespace orvik::tools::pack {
 
 // An RT_RCDATA resource, language neutral.
 struct AddedResource {
@@ -23,10 +20,13 @@ struct AddedResource {
 class RebuiltImage {
 public:
     // Null, with `why` set, when `image` is not laid out as this expects: a
-    // PE32 or PE32+ image without a certificate, whose resource directory
-    // starts its own section, followed only by discardable sections that
-    // nothing but the base relocation directory points into. The resources
-    // of `added` replace any of the same name; the image's own are kept.
+    // PE32 or PE32+ image whose resource directory starts its own section,
+    // which fills whole file-alignment units, followed only by discardable
+    // sections that nothing but the base relocation directory points into.
+    // The resources of `added` replace any of the same name; the image's own
+    // are kept. The copy carries no certificate table (its bytes are left
+    // out, see PeHeaders::LengthWithoutCertificate, and its entry cleared)
+    // and its CheckSum is that of its own bytes.
     // `image` and the added bytes must outlive the result.
     static std::unique_ptr<RebuiltImage> Make(ByteSpan image,
                                               const std::vector<AddedResource>& added,

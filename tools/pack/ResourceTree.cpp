@@ -130,6 +130,17 @@ void ResourceTree::Set(std::uint16_t type, const std::u16string& name, std::uint
     types_[Key{{}, type}][Key{name, 0}][language] = leaf;
 }
 
+const ResourceTree::Leaf* ResourceTree::Find(std::uint16_t type, const std::u16string& name) const {
+    const auto names = types_.find(Key{{}, type});
+    if (names == types_.end()) {
+        return nullptr;
+    }
+    const auto languages = names->second.find(Key{name, 0});
+    return languages == names->second.end() || languages->second.empty()
+               ? nullptr
+               : &languages->second.begin()->second;
+}
+
 ResourceTree::Layout ResourceTree::LayOut(std::uint32_t sectionRva) const {
     // Directories first (the root, then every type's, then every name's),
     // then the data entries, the names, and the leaves' bytes.

@@ -41,6 +41,10 @@ public:
     void Set(std::uint16_t type, const std::u16string& name, std::uint16_t language,
              const Leaf& leaf);
 
+    // The leaf of type `type` and name `name` in the lowest-numbered language it has; null when
+    // there is none. Valid until the tree changes.
+    const Leaf* Find(std::uint16_t type, const std::u16string& name) const;
+
     struct Layout {
         // The directory, then the bytes of every leaf that is not deferred.
         std::vector<unsigned char> bytes;

@@ -18,8 +18,14 @@ struct ResourceInput {
 // Each input file is mapped, never read into memory whole.
 // `mayCommit` is asked once, after the copy was written and read back and
 // before it is moved into place; false leaves no output and `error` empty.
+// An exception from `mayCommit` (or any other) passes on, and no output and
+// no temporary file are left.
+// The copy carries no certificate table: a signature of the template would no
+// longer match it. When true is returned and `certificateDropped` is given, it
+// tells whether the template had one. The copy's CheckSum is that of its bytes.
 bool WriteResources(const std::wstring& templatePath, const std::wstring& outputPath,
                     const std::vector<ResourceInput>& resources,
-                    const std::function<bool()>& mayCommit, std::wstring& error);
+                    const std::function<bool()>& mayCommit, std::wstring& error,
+                    bool* certificateDropped = nullptr);
 
 }  // namespace orvik::tools::pack

@@ -6,6 +6,9 @@
 #include <memory>
 
 #include "ErrorText.h"
+#include "LittleEndian.h"
+#include "PeChecksum.h"
+#include "PeHeaders.h"
 #include "RebuiltImage.h"
 #include "ResourceWriter.h"
 #include "shared/utils/WinResources.h"
@@ -117,6 +120,24 @@ bool Update(const std::wstring& target, const std::vector<ResourceInput>& resour
     return true;
 }
 
+// The room for an installer at `outputPath` made of `templatePath` and `mapped`.
+Room RoomFor(const std::wstring& templatePath, const std::wstring& outputPath,
+             const std::vector<MappedFile>& mapped) {
+    WIN32_FILE_ATTRIBUTE_DATA templateData{};
+    ::GetFileAttributesExW(templatePath.c_str(), GetFileExInfoStandard, &templateData);
+    Room room;
+    room.needed = (std::uint64_t{templateData.nFileSizeHigh} << 32) | templateData.nFileSizeLow;
+    for (const MappedFile& file : mapped) {
+        room.needed += file.size;
+    }
+    const size_t slash = outputPath.find_last_of(L"\\/");
+    room.folder = slash == std::wstring::npos ? L"." : outputPath.substr(0, slash + 1);
+    ULARGE_INTEGER free{};
+    room.free =
+        ::GetDiskFreeSpaceExW(room.folder.c_str(), &free, nullptr, nullptr) ? free.QuadPart : 0;
+    return room;
+}
+
 // Writes `pieces` in order to a new file at `target`.
 bool WritePieces(const std::wstring& target, const std::vector<ByteSpan>& pieces, const Room& room,
                  std::wstring& error) {
@@ -143,11 +164,56 @@ bool WritePieces(const std::wstring& target, const std::vector<ByteSpan>& pieces
     return true;
 }
 
+// Writes `image` to a new file at `target` without its certificate table.
+bool WriteUnsigned(ByteSpan image, const std::wstring& target, const Room& room,
+                   std::wstring& error) {
+    const auto headers = PeHeaders::Read(image);
+    if (!headers) {
+        return WritePieces(target, {image}, room, error);  // its update will say what is wrong
+    }
+    std::vector<unsigned char> head(image.data, image.data + headers->sectionTableEnd);
+    headers->ClearCertificateEntry(head.data());
+    const std::uint64_t length = headers->LengthWithoutCertificate(image.size);
+    return WritePieces(
+        target, {{head.data(), head.size()}, {image.data + head.size(), length - head.size()}},
+        room, error);
+}
+
+// Sets the CheckSum of the PE image at `target` to that of its bytes, in one pass over a
+// mapping of the file.
+bool SetChecksum(const std::wstring& target, std::wstring& error) {
+    const UniqueHandle file(::CreateFileW(target.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    LARGE_INTEGER size{};
+    const UniqueHandle mapping(
+        file && ::GetFileSizeEx(file.get(), &size)
+            ? ::CreateFileMappingW(file.get(), nullptr, PAGE_READWRITE, 0, 0, nullptr)
+            : nullptr);
+    void* view = mapping ? ::MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, 0) : nullptr;
+    const UniqueView unmap(view);
+    if (view == nullptr) {
+        error = LastError(L"cannot map " + target + L" to set its checksum");
+        return false;
+    }
+    auto* bytes = static_cast<unsigned char*>(view);
+    const ByteSpan image{bytes, static_cast<std::uint64_t>(size.QuadPart)};
+    const auto headers = PeHeaders::Read(image);
+    if (!headers) {
+        error = target + L" is no PE image after its resources were updated";
+        return false;
+    }
+    PeChecksum checksum(headers->ChecksumOffset());
+    checksum.Add(image);
+    Put32(bytes + headers->ChecksumOffset(), checksum.Value());
+    return true;
+}
+
 // Writes the installer at `target`: the template with its resource section
 // rebuilt in one sequential pass when its layout allows, otherwise a copy
-// changed through the system's resource update functions.
-bool WriteInstaller(const MappedFile& templateFile, const std::wstring& templatePath,
-                    const std::wstring& target, const std::vector<ResourceInput>& resources,
+// without its certificate table changed through the system's resource update
+// functions. Either way the installer's CheckSum is that of its bytes.
+bool WriteInstaller(ByteSpan image, const std::wstring& target,
+                    const std::vector<ResourceInput>& resources,
                     const std::vector<MappedFile>& mapped, const Room& room, std::wstring& error) {
     std::vector<AddedResource> added;
     for (size_t i = 0; i < resources.size(); ++i) {
@@ -155,17 +221,11 @@ bool WriteInstaller(const MappedFile& templateFile, const std::wstring& template
                          {static_cast<const unsigned char*>(mapped[i].data), mapped[i].size}});
     }
     std::string why;
-    if (const auto rebuilt = RebuiltImage::Make(
-            {static_cast<const unsigned char*>(templateFile.data), templateFile.size}, added,
-            why)) {
+    if (const auto rebuilt = RebuiltImage::Make(image, added, why)) {
         return WritePieces(target, rebuilt->Pieces(), room, error);
     }
-    if (!::CopyFileW(templatePath.c_str(), target.c_str(), FALSE)) {
-        error = WriteError(L"cannot copy " + templatePath + L" to " + target, room);
-        return false;
-    }
-    ::SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL);
-    return Update(target, resources, mapped, room, error);
+    return WriteUnsigned(image, target, room, error) &&
+           Update(target, resources, mapped, room, error) && SetChecksum(target, error);
 }
 
 // Reads each resource back from `target` as a data file.
@@ -196,42 +256,47 @@ bool Compare(const std::wstring& target, const std::vector<ResourceInput>& resou
 
 bool WriteResources(const std::wstring& templatePath, const std::wstring& outputPath,
                     const std::vector<ResourceInput>& resources,
-                    const std::function<bool()>& mayCommit, std::wstring& error) {
+                    const std::function<bool()>& mayCommit, std::wstring& error,
+                    bool* certificateDropped) {
     std::vector<MappedFile> mapped(resources.size());
     for (size_t i = 0; i < resources.size(); ++i) {
         if (!Map(resources[i], mapped[i], error)) {
             return false;
         }
     }
-    WIN32_FILE_ATTRIBUTE_DATA templateData{};
-    ::GetFileAttributesExW(templatePath.c_str(), GetFileExInfoStandard, &templateData);
-    Room room;
-    room.needed = (std::uint64_t{templateData.nFileSizeHigh} << 32) | templateData.nFileSizeLow;
-    for (const MappedFile& file : mapped) {
-        room.needed += file.size;
-    }
-    const size_t slash = outputPath.find_last_of(L"\\/");
-    room.folder = slash == std::wstring::npos ? L"." : outputPath.substr(0, slash + 1);
-    ULARGE_INTEGER free{};
-    room.free =
-        ::GetDiskFreeSpaceExW(room.folder.c_str(), &free, nullptr, nullptr) ? free.QuadPart : 0;
+    const Room room = RoomFor(templatePath, outputPath, mapped);
     MappedFile templateFile;
     if (!Map(ResourceInput{{}, templatePath, {}}, templateFile, error)) {
         return false;
     }
+    const ByteSpan image{static_cast<const unsigned char*>(templateFile.data), templateFile.size};
+    const auto headers = PeHeaders::Read(image);
     const std::wstring temporary = outputPath + L".partial";
-    const bool written =
-        WriteInstaller(templateFile, templatePath, temporary, resources, mapped, room, error) &&
-        Compare(temporary, resources, mapped, error) && mayCommit();
-    if (written &&
-        ::MoveFileExW(temporary.c_str(), outputPath.c_str(), MOVEFILE_REPLACE_EXISTING)) {
-        return true;
+    // Removes the temporary file on every way out, exceptions included, unless it was moved
+    // into place.
+    struct Partial {
+        const std::wstring& path;
+        bool moved = false;
+        ~Partial() {
+            if (!moved) {
+                ::DeleteFileW(path.c_str());
+            }
+        }
+    } partial{temporary};
+    const bool written = WriteInstaller(image, temporary, resources, mapped, room, error) &&
+                         Compare(temporary, resources, mapped, error) && mayCommit();
+    if (!written) {
+        return false;
     }
-    if (written) {
+    if (!::MoveFileExW(temporary.c_str(), outputPath.c_str(), MOVEFILE_REPLACE_EXISTING)) {
         error = LastError(L"cannot move " + temporary + L" to " + outputPath);
+        return false;
     }
-    ::DeleteFileW(temporary.c_str());
-    return false;
+    partial.moved = true;
+    if (certificateDropped != nullptr) {
+        *certificateDropped = headers && headers->HasCertificate();
+    }
+    return true;
 }
 
 }  // namespace orvik::tools::pack
