@@ -4,6 +4,7 @@ set(ORVIK_SHARED_PORTABLE_SOURCES
   shared/AbstractAttributes.cpp
   shared/ArchiveManager.cpp
   shared/ArchiveReadAhead.cpp
+  shared/EntryNameRules.cpp
   shared/ConfigSettings.cpp
   shared/LogFormat.cpp
   shared/ConfigStore.cpp

@@ -3,16 +3,19 @@
 #include <archive.h>
 #include <archive_entry.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
+#include <optional>
 
 #include <boost/filesystem/operations.hpp>
 
 #include "shared/ArchiveReadAhead.h"
 #include "shared/DirectFileWriter.h"
+#include "shared/EntryNameRules.h"
 #include "shared/Exception.h"
 #include "shared/ExceptionFamily.h"
 #include "shared/Raise.h"
@@ -149,15 +152,11 @@ void CreateEmptyRawData(const fs::path& destination) {
     }
 }
 
-}  // namespace
-
-void ArchiveReaderDeleter::operator()(archive* reader) const {
-    archive_read_free(reader);
-}
-
-ArchiveReader ArchiveManager::GetSourceArchiveForUnarchive(const std::wstring& sourceFile,
-                                                           ArchiveType archiveType,
-                                                           CompressionType compressionType) {
+// GetSourceArchiveForUnarchive; tar header names are read as UTF-8 when
+// `utf8Names`, else as the library finds them (bytes kept as stored where no
+// locale is set).
+ArchiveReader OpenSource(const std::wstring& sourceFile, ArchiveType archiveType,
+                         CompressionType compressionType, bool utf8Names) {
     ArchiveReader reader(archive_read_new());
     archive* a = reader.get();
     switch (archiveType) {
@@ -169,6 +168,10 @@ ArchiveReader ArchiveManager::GetSourceArchiveForUnarchive(const std::wstring& s
             break;
         case kArchiveTar:
             ORVIK_CHECK_ARCHIVE(archive_read_support_format_tar(a), a);
+            if (utf8Names) {
+                ORVIK_CHECK_ARCHIVE(archive_read_set_format_option(a, "tar", "hdrcharset", "UTF-8"),
+                                    a);
+            }
             break;
         default:
             ORVIK_THROW(BadArgumentException, L"archiveType", ToDecimal(archiveType),
@@ -205,36 +208,105 @@ ArchiveReader ArchiveManager::GetSourceArchiveForUnarchive(const std::wstring& s
     return reader;
 }
 
-std::vector<ArchiveEntryInfo> ArchiveManager::ReadEntries(const std::wstring& sourceFile,
-                                                          ArchiveType archiveType,
-                                                          CompressionType compressionType) {
+ArchiveEntryInfo InfoOf(archive_entry* entry) {
+    auto text = [](const wchar_t* value) { return std::wstring(value != nullptr ? value : L""); };
+    unsigned long set = 0, clear = 0;
+    archive_entry_fflags(entry, &set, &clear);
+    ArchiveEntryInfo info;
+    info.name = text(archive_entry_pathname_w(entry));
+    info.symlinkTarget = text(archive_entry_symlink_w(entry));
+    info.hardlinkTarget = text(archive_entry_hardlink_w(entry));
+    info.fileType = archive_entry_filetype(entry);
+    info.mode = archive_entry_perm(entry);
+    info.fileFlagsSet = set;
+    info.size = archive_entry_size_is_set(entry) ? archive_entry_size(entry) : -1;
+    return info;
+}
+
+// Reads the current entry's data to its end; with `info`, keeps the first
+// bytes in its head (holes between the blocks of a sparse entry as
+// zeros).
+void ReadData(archive* reader, ArchiveEntryInfo* info) {
+    for (;;) {
+        const void* block = nullptr;
+        size_t size = 0;
+        la_int64_t offset = 0;
+        const int read = archive_read_data_block(reader, &block, &size, &offset);
+        if (read == ARCHIVE_EOF) {
+            break;
+        }
+        ORVIK_CHECK_ARCHIVE(read, reader);
+        if (info != nullptr && offset < static_cast<la_int64_t>(kEntryHeadBytes)) {
+            const auto from = static_cast<size_t>(offset);
+            const size_t count = std::min(size, kEntryHeadBytes - from);
+            info->head.resize(std::max(info->head.size(), from + count), '\0');
+            std::copy_n(static_cast<const char*>(block), count, info->head.begin() + from);
+        }
+    }
+}
+
+// Why entry `index` of `sourceFile` has no name: its stored name, or its link
+// target, is not valid UTF-8 ("NAME: a name that..."); nothing for any other
+// cause.
+std::optional<std::wstring> NonUtf8Problem(const std::wstring& sourceFile, ArchiveType archiveType,
+                                           CompressionType compressionType, size_t index) {
+    const ArchiveReader reader = OpenSource(sourceFile, archiveType, compressionType, false);
+    archive_entry* entry = nullptr;
+    for (size_t i = 0; i <= index; ++i) {
+        if (archive_read_next_header(reader.get(), &entry) < ARCHIVE_WARN) {
+            return std::nullopt;
+        }
+    }
+    const char* name = archive_entry_pathname(entry);
+    if (name == nullptr) {
+        return std::nullopt;
+    }
+    if (!EntryNameRules::IsUtf8(name)) {
+        return EntryNameRules::EscapedName(name) + L": a name that is not valid UTF-8";
+    }
+    for (const char* link : {archive_entry_hardlink(entry), archive_entry_symlink(entry)}) {
+        if (link != nullptr && !EntryNameRules::IsUtf8(link)) {
+            return EntryNameRules::EscapedName(name) + L": a link target that is not valid UTF-8";
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+void ArchiveReaderDeleter::operator()(archive* reader) const {
+    archive_read_free(reader);
+}
+
+ArchiveReader ArchiveManager::GetSourceArchiveForUnarchive(const std::wstring& sourceFile,
+                                                           ArchiveType archiveType,
+                                                           CompressionType compressionType) {
+    return OpenSource(sourceFile, archiveType, compressionType, true);
+}
+
+std::vector<ArchiveEntryInfo> ArchiveManager::ReadEntries(
+    const std::wstring& sourceFile, ArchiveType archiveType, CompressionType compressionType,
+    const std::function<bool(const std::wstring&)>& wantsHead) {
     std::lock_guard<std::mutex> lock(UnpackMutex());
     const ArchiveReader reader =
         GetSourceArchiveForUnarchive(sourceFile, archiveType, compressionType);
     std::vector<ArchiveEntryInfo> entries;
-    for (;;) {
+    for (size_t index = 0;; ++index) {
         archive_entry* entry = nullptr;
         const int result = archive_read_next_header(reader.get(), &entry);
         if (result == ARCHIVE_EOF) {
             return entries;
         }
         if (result != ARCHIVE_OK) {
-            ORVIK_THROW(InvalidArchiveException, LibraryErrorText(reader.get()));
-        }
-        auto text = [](const wchar_t* value) { return value != nullptr ? value : L""; };
-        entries.push_back({text(archive_entry_pathname_w(entry)),
-                           text(archive_entry_symlink_w(entry)),
-                           text(archive_entry_hardlink_w(entry))});
-        for (;;) {
-            const void* block = nullptr;
-            size_t size = 0;
-            la_int64_t offset = 0;
-            const int read = archive_read_data_block(reader.get(), &block, &size, &offset);
-            if (read == ARCHIVE_EOF) {
-                break;
+            std::wstring text = LibraryErrorText(reader.get());
+            if (result == ARCHIVE_WARN) {
+                text =
+                    NonUtf8Problem(sourceFile, archiveType, compressionType, index).value_or(text);
             }
-            ORVIK_CHECK_ARCHIVE(read, reader.get());
+            ORVIK_THROW(InvalidArchiveException, text);
         }
+        ArchiveEntryInfo& info = entries.emplace_back(InfoOf(entry));
+        ReadData(reader.get(), wantsHead && wantsHead(info.name) ? &info : nullptr);
     }
 }
 
@@ -307,7 +379,7 @@ void ArchiveManager::Unarchive(NotificationCallbackInterface* callback,
         if (const wchar_t* link = archive_entry_hardlink_w(entry); link != nullptr && *link) {
             archive_entry_copy_hardlink_w(entry, TargetPath(destination, link).c_str());
         }
-        const bool directly = direct.Create(entry, WithoutCurrentDirectory(name));
+        const bool directly = direct.Create(entry, name);
         if (!directly && archive_write_header(writer.get(), entry) != ARCHIVE_OK) {
             ThrowLibraryError(writer.get(), __LINE__);
         }

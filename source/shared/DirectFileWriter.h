@@ -7,8 +7,8 @@
 // them, modification time the entry's), missing parent folders created. What
 // it does not do exactly as that writer would (links, special files, sparse
 // or read-only files, file flags, ACLs, names that are not plain relative
-// ones, a name that exists), it declines, and the caller hands the entry to
-// the library.
+// ones or that EntryNameRules flags, a name that exists), it declines, and
+// the caller hands the entry to the library.
 #include <cstdint>
 #include <ctime>
 #include <memory>
@@ -26,9 +26,14 @@ public:
     DirectFileWriter(const DirectFileWriter&) = delete;
     DirectFileWriter& operator=(const DirectFileWriter&) = delete;
 
-    // Creates the file of `entry` (named `name` in the archive; its pathname
-    // is already the target path). False when declined: nothing was created
-    // but missing parent folders.
+    // Whether Create may take any entry (true unless switched off, so that a
+    // test can compare its output with the library's); returns the previous
+    // setting.
+    static bool SetEnabledForTesting(bool enable);
+
+    // Creates the file of `entry` (named `name` in the archive, "./" and all;
+    // its pathname is already the target path). False when declined: nothing
+    // was created but missing parent folders.
     bool Create(archive_entry* entry, const std::wstring& name);
     // A failure as the library's writer reports it: its C runtime error
     // number and text; errnum 0 when there was none.

@@ -2,12 +2,14 @@
 
 #include <archive_entry.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cwchar>
 
 #include <boost/filesystem/operations.hpp>
 
 #include "shared/DirectFileWriter.h"
+#include "shared/EntryNameRules.h"
 #include "shared/utils/WinResources.h"
 
 namespace orvik::pkgshared {
@@ -22,28 +24,8 @@ FILETIME FileTime(std::time_t seconds, long nanoseconds) {
     return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
-// A relative name of plain components: no root, drive, "." or ".."
-// component, nor a character Windows refuses or reads specially.
-bool IsPlainName(const std::wstring& name) {
-    if (name.empty() || name.size() > 200 || name[0] == L'/' || name[0] == L'\\' ||
-        name.back() == L'/' || name.back() == L'\\') {
-        return false;
-    }
-    size_t start = 0;
-    for (size_t i = 0; i <= name.size(); ++i) {
-        if (i == name.size() || name[i] == L'/' || name[i] == L'\\') {
-            const std::wstring part = name.substr(start, i - start);
-            if (part.empty() || part == L"." || part == L".." || part.back() == L' ' ||
-                part.back() == L'.') {
-                return false;
-            }
-            start = i + 1;
-        } else if (name[i] < 32 || std::wstring(L"<>:\"|?*").find(name[i]) != std::wstring::npos) {
-            return false;
-        }
-    }
-    return true;
-}
+// Whether Create takes entries at all (SetEnabledForTesting).
+std::atomic<bool> enabled{true};
 
 // The C runtime's error number for a Windows error, as the library maps the
 // ones a write meets.
@@ -77,6 +59,10 @@ DirectFileWriter::DirectFileWriter(std::time_t startTime) : impl_(std::make_uniq
 
 DirectFileWriter::~DirectFileWriter() = default;
 
+bool DirectFileWriter::SetEnabledForTesting(bool enable) {
+    return enabled.exchange(enable);
+}
+
 bool DirectFileWriter::Create(archive_entry* entry, const std::wstring& name) {
     const wchar_t* target = archive_entry_pathname_w(entry);
     unsigned long set = 0, clear = 0;
@@ -86,7 +72,8 @@ bool DirectFileWriter::Create(archive_entry* entry, const std::wstring& name) {
         (archive_entry_mode(entry) & 0200) == 0 || set != 0 || clear != 0 ||
         archive_entry_acl_count(entry, ARCHIVE_ENTRY_ACL_TYPE_NFS4 | ARCHIVE_ENTRY_ACL_TYPE_ACCESS |
                                            ARCHIVE_ENTRY_ACL_TYPE_DEFAULT) != 0 ||
-        target == nullptr || std::wcslen(target) >= MAX_PATH - 12 || !IsPlainName(name)) {
+        target == nullptr || std::wcslen(target) >= MAX_PATH - 12 ||
+        !EntryNameRules::IsPlainName(name) || !enabled) {
         return false;
     }
     const auto create = [&] {

@@ -6,6 +6,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "shared/ArchiveManager.h"
+#include "shared/DirectFileWriter.h"
 #include "shared/ExceptionFamily.h"
 #include "support/ArchiveBuilder.h"
 #ifdef _WIN32
@@ -20,7 +21,7 @@ namespace {
 
 namespace fs = boost::filesystem;
 namespace t = orvik::testing;
-using t::ArchiveItem, t::ExpectedError, t::RandomBytes, t::ReadBytes, t::WriteBytes;
+using t::ArchiveItem, t::ExpectedError, t::Format, t::RandomBytes, t::ReadBytes, t::WriteBytes;
 using Files = std::map<std::wstring, std::string>;
 constexpr ArchiveType Raw = kArchiveRaw, Ar = kArchiveAr, Tar = kArchiveTar;
 constexpr CompressionType Plain = kCompressionNone, Gz = kCompressionGzip, Zst = kCompressionZstd;
@@ -38,6 +39,35 @@ struct RecordingCallback : NotificationCallbackInterface {
     bool Query(std::int32_t, std::int32_t, std::int32_t) override { return false; }
     std::vector<double> percents;
     std::vector<std::wstring> targets;
+};
+
+// `path` as Windows takes it literally, device names too ("\\?\" and the absolute path).
+fs::path Literal(const fs::path& path) {
+#ifdef _WIN32
+    return L"\\\\?\\" + fs::absolute(path).make_preferred().wstring();
+#else
+    return path;
+#endif
+}
+
+// Everything below `root` by its '/'-separated path: a file's bytes and modification time (a
+// folder's time is the unpacking's own), whether it is read-only.
+std::map<std::wstring, std::tuple<std::string, std::time_t, bool>> Tree(const fs::path& root) {
+    std::map<std::wstring, std::tuple<std::string, std::time_t, bool>> tree;
+    for (fs::recursive_directory_iterator it(Literal(root)), end; it != end; ++it) {
+        const bool file = fs::is_regular_file(it->path());
+        tree[it->path().lexically_relative(Literal(root)).generic_wstring()] = {
+            file ? ReadBytes(it->path()) : "", file ? fs::last_write_time(it->path()) : 0,
+            (fs::status(it->path()).permissions() & fs::owner_write) == 0};
+    }
+    return tree;
+}
+
+// The direct writer switched on or off for the guard's lifetime.
+struct DirectWriting {
+    explicit DirectWriting(bool on) : previous(DirectFileWriter::SetEnabledForTesting(on)) {}
+    ~DirectWriting() { DirectFileWriter::SetEnabledForTesting(previous); }
+    const bool previous;
 };
 
 // A raise written over two lines records its first line with GCC, its last with clang.
@@ -121,6 +151,56 @@ TEST_F(ArchiveManagerTest, EntryListStopsOnceEveryListedEntryIsWritten) {
     }
 }
 
+// The direct writer gives the library writer's tree or leaves the entry to it: each archive
+// unpacks alike with it and without it (names Wine or Windows map to devices, read-only files,
+// replaced files). Natively both runs take the library's writer.
+TEST_F(ArchiveManagerTest, DirectWriterGivesTheLibraryWritersTree) {
+    const std::string big = RandomBytes(300000, 6);
+    const std::vector<ArchiveItem> rows[] = {
+        {{"кир/日本 🎉.txt", "u"}, {"a b/c.d e", "s"}, {"1/2/3/4/5/6/7/deep", big}, {"e", ""}},
+        {{"NUL", "n"}, {"nul.txt", "n"}, {"sub/Nul.tar.gz", "n"}, {"CON", "c"}, {"ro", "r", 0444}},
+        {{"twice", big}, {"twice", "shorter"}, {"Case.txt", "1"}, {"case.TXT", "2"}}};
+    for (const auto& items : rows) {
+        SCOPED_TRACE(items.front().name);
+        const fs::path source = Make(L"p.tar.gz", Tar, Gz, items),
+                       out[] = {scratch_ / L"library", scratch_ / L"direct"};
+        for (const bool direct : {true, false}) {
+            const DirectWriting writing(direct);
+            ArchiveManager::Unarchive(&callback_, source.wstring(), out[direct].wstring(), {}, Tar,
+                                      Gz, true);
+        }
+        const auto tree = Tree(out[0]);
+        EXPECT_EQ(tree, Tree(out[1]));
+        EXPECT_EQ(1u, tree.count(pkgshared::Utf8ToWide(items.front().name)));
+        fs::remove_all(Literal(out[0]));
+        fs::remove_all(Literal(out[1]));
+    }
+}
+
+// Tar names are read as UTF-8 whatever the format (GNU tar's gnu and ustar headers carry bytes,
+// pax UTF-8), alike when unpacking and when reading entries, which bring the first bytes of those
+// asked for.
+TEST_F(ArchiveManagerTest, TarNamesAreUtf8InEveryFormat) {
+    const std::string program = RandomBytes(5000, 7);
+    const std::vector<ArchiveItem> items = {
+        {"кириллица/", ""}, {"кириллица/日本語.txt", "j"}, {"🎉.exe", program, 0555}};
+    for (const Format format : {Format::Gnu, Format::Ustar, Format::Tar}) {
+        fs::remove_all(destination_);
+        const fs::path source = scratch_ / L"u.tar";
+        ASSERT_TRUE(t::WriteArchive(source, format, t::Filter::None, items));
+        Unpack(source, Tar, Plain);
+        EXPECT_EQ((Files{{L"кириллица/日本語.txt", "j"}, {L"🎉.exe", program}}), Unpacked());
+        const auto entries =
+            ArchiveManager::ReadEntries(source.wstring(), Tar, Plain,
+                                        [](const std::wstring& name) { return name == L"🎉.exe"; });
+        ASSERT_EQ(3u, entries.size());
+        EXPECT_EQ(std::make_tuple(0040000u, L"кириллица/日本語.txt", std::string()),
+                  std::make_tuple(entries[0].fileType, entries[1].name, entries[1].head));
+        EXPECT_EQ(std::make_tuple(0555u, std::int64_t{5000}, program.substr(0, kEntryHeadBytes)),
+                  std::make_tuple(entries[2].mode, entries[2].size, entries[2].head));
+    }
+}
+
 // A failing call -> its exception; `fromLibrary` leading arguments are library texts.
 TEST_F(ArchiveManagerTest, FailuresRaiseTheirCodeArgumentsAndLine) {
     const fs::path source = Make(L"p.tar", Tar, Plain, {{"a", "a"}});
@@ -141,30 +221,36 @@ TEST_F(ArchiveManagerTest, FailuresRaiseTheirCodeArgumentsAndLine) {
         ReadBytes(Make(L"whole.tar.gz", Tar, Gz, {{"big.bin", RandomBytes(400000, 5)}}));
     WriteBytes(cut, whole.substr(0, whole.size() / 2));
     WriteBytes(stub, whole.substr(0, 10));
+    // A name that is not UTF-8 is named when reading entries and fails the unpacking loudly.
+    const fs::path latin1 = scratch_ / L"latin1.tar";
+    t::WriteArchive(latin1, Format::Gnu, t::Filter::None, {{"ok", "1"}, {"\xE9t\xE9.txt", "2"}});
     const struct {
         std::function<void()> call;
         ExpectedError error;
         size_t fromLibrary = 0;
     } rows[] = {{[&] { full(nullptr, src, out, &tracker); },
-                 {-125200, {L"pNotificationCallback", L"NULL", name}, file, 259}},
+                 {-125200, {L"pNotificationCallback", L"NULL", name}, file, 331}},
                 {[&] { full(&callback_, L"", out, &tracker); },
-                 {-125200, {L"sourceFile", L"NULL", name}, file, 262}},
+                 {-125200, {L"sourceFile", L"NULL", name}, file, 334}},
                 {[&] { full(&callback_, src, L"", &tracker); },
-                 {-125200, {L"destinationFolder", L"NULL", name}, file, 265}},
+                 {-125200, {L"destinationFolder", L"NULL", name}, file, 337}},
                 {[&] { full(&callback_, src, out, nullptr); },
-                 {-125200, {L"progressTracker", L"NULL", name}, file, 268}},
+                 {-125200, {L"progressTracker", L"NULL", name}, file, 340}},
                 {[&] { Unpack(source, ArchiveType(3), Plain); },
-                 {-125201, {L"archiveType", L"3", get}, file, 174 + kLaterLine}},
+                 {-125201, {L"archiveType", L"3", get}, file, 177 + kLaterLine}},
                 {[&] { Unpack(source, Tar, CompressionType(7)); },
-                 {-125201, {L"compressionType", L"7", get}, file, 189 + kLaterLine}},
+                 {-125201, {L"compressionType", L"7", get}, file, 192 + kLaterLine}},
                 {[&] { Unpack(missing, Tar, Gz); },
-                 {-125024, {missing.wstring(), L"2", RuntimeErrorText(2)}, file, 203}},
-                {[&] { Unpack(noise, Tar, Gz); }, {-125026, {L""}, file, 201}, 1},
-                {[&] { Unpack(stub, Tar, Gz); }, {-125026, {L""}, file, 201}, 1},
+                 {-125024, {missing.wstring(), L"2", RuntimeErrorText(2)}, file, 206}},
+                {[&] { Unpack(noise, Tar, Gz); }, {-125026, {L""}, file, 204}, 1},
+                {[&] { Unpack(stub, Tar, Gz); }, {-125026, {L""}, file, 204}, 1},
+                {[&] { ArchiveManager::ReadEntries(latin1.wstring(), Tar, Plain); },
+                 {-125026, {L"\\xE9t\\xE9.txt: a name that is not valid UTF-8"}, file, 306}},
+                {[&] { Unpack(latin1, Tar, Plain, {L"none"}); }, {-125026, {L""}, file, 365}, 1},
                 {[&] { ArchiveManager::ReadEntries(cut.wstring(), Tar, Gz); },
-                 {-125213, {L"", L""}, file, 236},
+                 {-125213, {L"", L""}, file, 238},
                  2},
-                {[&] { Unpack(cut, Tar, Gz); }, {-125213, {L"", L""}, file, 108}, 2}};
+                {[&] { Unpack(cut, Tar, Gz); }, {-125213, {L"", L""}, file, 111}, 2}};
     for (const auto& [call, error, fromLibrary] : rows) {
         SCOPED_TRACE(error.line);
         if (const auto e = t::Thrown(call)) {
@@ -175,12 +261,12 @@ TEST_F(ArchiveManagerTest, FailuresRaiseTheirCodeArgumentsAndLine) {
             }
             t::ExpectError(*e, expected);
         }
-        EXPECT_EQ(error.line == 108, fs::exists(destination_));
+        EXPECT_EQ(error.line == 111, fs::exists(destination_));
     }
 #ifdef _WIN32
     // A source held without sharing is denied.
     const auto held = t::HoldWithoutSharing(source);
-    t::ExpectThrows([&] { Unpack(source, Tar, Plain); }, {-125048, {src}, file, 196});
+    t::ExpectThrows([&] { Unpack(source, Tar, Plain); }, {-125048, {src}, file, 199});
 #endif
 }
 

@@ -9,24 +9,27 @@
 #include "shared/TextConversion.h"
 
 namespace orvik::testing {
-// A directory when `name` (UTF-8) ends with '/'; a symbolic link to `symlink` or a hard link to
-// the entry `hardlink` when given; otherwise a regular file of `data`.
+// A directory when `name` (UTF-8; for Ustar and Gnu any bytes) ends with '/'; a symbolic link to
+// `symlink` or a hard link to the entry `hardlink` when given; otherwise a regular file of `data`.
 struct ArchiveItem {
     std::string name, data;
     int mode = 0644;
     std::string symlink = {}, hardlink = {};
 };
 
-enum class Format { Tar, Ar, Raw };
+enum class Format { Tar, Ar, Raw, Ustar, Gnu };  // Tar: pax
 enum class Filter { None, Gzip, Zstd };
 
 // Writes `items` as an archive file with libarchive; returns false when it refused.
 inline bool WriteArchive(const boost::filesystem::path& file, Format format, Filter filter,
                          const std::vector<ArchiveItem>& items) {
     archive* a = archive_write_new();
-    (format == Format::Tar  ? archive_write_set_format_pax
-     : format == Format::Ar ? archive_write_set_format_ar_svr4
-                            : archive_write_set_format_raw)(a);
+    const bool bytes = format == Format::Ustar || format == Format::Gnu;
+    (format == Format::Tar     ? archive_write_set_format_pax
+     : format == Format::Ar    ? archive_write_set_format_ar_svr4
+     : format == Format::Ustar ? archive_write_set_format_ustar
+     : format == Format::Gnu   ? archive_write_set_format_gnutar
+                               : archive_write_set_format_raw)(a);
     (filter == Filter::None   ? archive_write_add_filter_none
      : filter == Filter::Gzip ? archive_write_add_filter_gzip
                               : archive_write_add_filter_zstd)(a);
@@ -35,8 +38,10 @@ inline bool WriteArchive(const boost::filesystem::path& file, Format format, Fil
         const ArchiveItem& item = items[i];
         const bool directory = !item.name.empty() && item.name.back() == '/';
         archive_entry* entry = archive_entry_new();
-        // The wide forms: on Windows the C runtime has no UTF-8 locale.
-        archive_entry_copy_pathname_w(entry, pkgshared::Utf8ToWide(item.name).c_str());
+        // The wide forms: on Windows the C runtime has no UTF-8 locale. Ustar and Gnu headers
+        // take the bytes as they are, as GNU tar writes them.
+        bytes ? archive_entry_copy_pathname(entry, item.name.c_str())
+              : archive_entry_copy_pathname_w(entry, pkgshared::Utf8ToWide(item.name).c_str());
         if (!item.symlink.empty()) {
             archive_entry_copy_symlink_w(entry, pkgshared::Utf8ToWide(item.symlink).c_str());
         }

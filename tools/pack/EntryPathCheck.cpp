@@ -1,6 +1,6 @@
 #include "EntryPathCheck.h"
 
-#include <vector>
+#include "shared/EntryNameRules.h"
 
 namespace orvik::tools::pack {
 namespace {
@@ -87,6 +87,22 @@ std::optional<std::wstring> EscapeReason(const pkgshared::ArchiveEntryInfo& entr
         }
     }
     return std::nullopt;
+}
+
+std::vector<std::wstring> EntryProblems(const std::vector<pkgshared::ArchiveEntryInfo>& entries) {
+    std::vector<std::wstring> problems;
+    pkgshared::EntryNameRules rules;
+    for (const pkgshared::ArchiveEntryInfo& entry : entries) {
+        if (auto reason = EscapeReason(entry)) {
+            problems.push_back(*reason);
+        } else if (auto nameReason = pkgshared::EntryNameRules::NameReason(entry.name)) {
+            problems.push_back(entry.name + L": " + *nameReason);
+        }
+        for (std::wstring& problem : rules.Add(entry)) {
+            problems.push_back(std::move(problem));
+        }
+    }
+    return problems;
 }
 
 }  // namespace orvik::tools::pack
