@@ -14,6 +14,13 @@ inline std::string RandomBytes(size_t size, unsigned seed) {
     }
     return bytes;
 }
+// The first bytes of a Windows program as the packing tool checks them: "MZ", and "PE\0\0" where
+// its header points.
+inline std::string ProgramHead() {
+    std::string head(0x44, '\0');
+    head[0] = 'M', head[1] = 'Z', head[0x3c] = 0x40;
+    return head.replace(0x40, 4, "PE\0\0", 4);
+}
 // The path Wine shows for the Unix path `unixPath`: the Unix root is drive Z:.
 inline std::wstring WinePath(const std::string& unixPath) {
     std::wstring path = L"Z:" + std::wstring(unixPath.begin(), unixPath.end());

@@ -14,7 +14,8 @@
 namespace orvik::tools::pack {
 namespace {
 namespace fs = boost::filesystem;
-using orvik::testing::Quoted, orvik::testing::ReadBytes, orvik::testing::WriteBytes;
+using orvik::testing::ProgramHead, orvik::testing::Quoted, orvik::testing::ReadBytes,
+    orvik::testing::WriteBytes;
 
 // Wrong command lines are refused with the reason (right ones are packed by the tool below).
 TEST(PackOptionsTest, WrongCommandLinesAreRefusedWithTheReason) {
@@ -59,10 +60,11 @@ TEST(PackProgressTest, LineTellsSizesFilesRateAndTimeLeft) {
     }
 }
 
-// Every regular file below `root` by its relative path, with its bytes.
+// Packs with the tool and unpacks what it packed as the bootstrapper does. The template is the
+// 32-bit probe in both trees; the 64-bit tree runs its own probe over the installer's resources.
 class PackToolTest : public ::testing::Test {
 protected:
-    const fs::path probe_ = orvik::testing::BinDirectory() + L"\\" + ORVIK_PAYLOAD_PROBE_NAME;
+    const fs::path probe_ = orvik::testing::BinDirectory() + L"\\payload_probe.exe";
     orvik::testing::ChildResult Pack(const fs::path& output, const std::wstring& arguments,
                                      const fs::path& templatePath = {}) {
         return orvik::testing::Pack(L"--template " +
@@ -70,12 +72,15 @@ protected:
                                         L" --output " + Quoted(output) + L" " + arguments,
                                     scratch_.Path());
     }
-    // Runs a packed probe: it unpacks into `run`\payload.
+    // Unpacks the payload of `installer` into `run`\payload; the probe's exit code.
     std::int32_t Probe(const fs::path& installer) {
         fs::remove_all(run_);
         fs::create_directories(run_);
-        return orvik::testing::Run(Quoted(installer) + L" " + Quoted(run_), scratch_.Path())
-            .exitCode;
+        const fs::path runner = orvik::testing::BinDirectory() + L"\\" + ORVIK_PAYLOAD_PROBE_NAME;
+        const std::wstring line =
+            sizeof(void*) == 8 ? Quoted(runner) + L" " + Quoted(run_) + L" " + Quoted(installer)
+                               : Quoted(installer) + L" " + Quoted(run_);
+        return orvik::testing::Run(line, scratch_.Path()).exitCode;
     }
     orvik::testing::ScratchDirectory scratch_;
     const fs::path run_ = scratch_ / L"run";
@@ -130,11 +135,11 @@ std::map<std::wstring, std::string> ResourcesOf(const fs::path& image) {
 // when it is itself packed again; a template whose layout cannot be rebuilt goes through the
 // system's update functions to the same resources.
 TEST_F(PackToolTest, TemplateResourcesAreKeptAndAddedOnesReplaced) {
-    const std::string first = orvik::testing::RandomBytes(3 << 20, 4);
+    const std::string first = ProgramHead() + orvik::testing::RandomBytes(3 << 20, 4);
     fs::create_directories(scratch_ / L"a");
     WriteBytes(scratch_ / L"a" / L"Install.exe", first);
     fs::create_directories(scratch_ / L"b");
-    WriteBytes(scratch_ / L"b" / L"Install.exe", "second");
+    WriteBytes(scratch_ / L"b" / L"Install.exe", ProgramHead() + "second");
     WriteBytes(
         scratch_ / L"online.xml",
         "<orvikpkgOnlineInstall schemaVersion=\"26.5\"><downloadItem "
@@ -151,7 +156,7 @@ TEST_F(PackToolTest, TemplateResourcesAreKeptAndAddedOnesReplaced) {
     fixed[after + 40 + 36 + 3] &= ~0x02;
     WriteBytes(scratch_ / L"fixed.exe", fixed);
     const std::map<std::wstring, std::string> own = ResourcesOf(probe_);
-    ASSERT_EQ(5u, own.size());
+    ASSERT_EQ(6u, own.size());
     const auto payloadDir = [&](const wchar_t* folder) {
         return L"--payload-dir " + Quoted(scratch_ / folder);
     };
@@ -162,7 +167,7 @@ TEST_F(PackToolTest, TemplateResourcesAreKeptAndAddedOnesReplaced) {
     } rows[] = {
         {probe_, scratch_ / L"1.exe",
          payloadDir(L"a") + L" --online-install " + Quoted(scratch_ / L"online.xml"), first},
-        {scratch_ / L"1.exe", scratch_ / L"2.exe", payloadDir(L"b"), "second"},
+        {scratch_ / L"1.exe", scratch_ / L"2.exe", payloadDir(L"b"), ProgramHead() + "second"},
         {scratch_ / L"fixed.exe", scratch_ / L"3.exe",
          payloadDir(L"a") + L" --online-install " + Quoted(scratch_ / L"online.xml"), first},
     };
@@ -212,7 +217,9 @@ TEST_F(PackToolTest, FolderRoundTripsThroughTheInstaller) {
         text += "line " + std::to_string(i * 7919 % 10007) + "\n";
     }
     std::vector<std::pair<std::wstring, std::string>> mixed = {
-        {L"Install.exe", RandomBytes(200000, 1)}, {L"deep\\text", text}, {L"rep", repeated}};
+        {L"Install.exe", ProgramHead() + RandomBytes(200000, 1)},
+        {L"deep\\text", text},
+        {L"rep", repeated}};
     for (int i = 0; i < 40; ++i) {  // empty files too; names beyond ASCII
         mixed.emplace_back(
             (i % 2 ? L"deep\\" : L"deep\\er\\") + (L"\u00C9 \u65E5" + std::to_wstring(i)),
@@ -222,10 +229,11 @@ TEST_F(PackToolTest, FolderRoundTripsThroughTheInstaller) {
         std::vector<std::pair<std::wstring, std::string>> files;
         size_t maxPayload;
     } rows[] = {{mixed, SIZE_MAX},
-                {{{L"Install.exe", repeated}}, 4 << 14},
+                {{{L"Install.exe", ProgramHead() + repeated}}, 4 << 14},
                 {{}, SIZE_MAX},
-                {{{L"Install.exe", std::string((1 << 20) - 1536, 'x')}}, SIZE_MAX},  // a 1 MiB tar
-                {{{L"Install.exe", ""}}, SIZE_MAX}};
+                {{{L"Install.exe", ProgramHead().append((1 << 20) - 1536 - 68, 'x')}},
+                 SIZE_MAX},  // a 1 MiB tar
+                {{{L"Install.exe", ProgramHead()}}, SIZE_MAX}};
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         const fs::path root = scratch_ / std::to_wstring(&row - rows).c_str();
@@ -236,7 +244,8 @@ TEST_F(PackToolTest, FolderRoundTripsThroughTheInstaller) {
         }
         for (const std::wstring threads : {L"1", L"3"}) {
             const auto packed = Pack(scratch_ / (threads + L".exe").c_str(),
-                                     L"--payload-dir " + Quoted(root) + L" --threads " + threads);
+                                     L"--payload-dir " + Quoted(root) + L" --threads " + threads +
+                                         (row.files.empty() ? L" --force" : L""));
             ASSERT_EQ(0, packed.exitCode) << packed.output;
             EXPECT_EQ(row.files.empty(), packed.output.find("warning") != std::string::npos);
         }
@@ -250,57 +259,100 @@ TEST_F(PackToolTest, FolderRoundTripsThroughTheInstaller) {
     }
 }
 
-// Each command line: the tool's exit code, a piece of its output, and for a built installer the
-// probe's exit code. Nothing is left behind on a refusal.
-TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
+// A release engineer's mistakes, each a command line: the template (the probe when empty), the
+// output (out.exe when empty), the tool's exit code, a piece of its output ("!" first: a piece it
+// must not print), whether an installer is written, and the code of the written installer's
+// unpack. A refused run leaves nothing behind.
+TEST_F(PackToolTest, EveryMistakeIsRefusedWithItsCauseAndLeavesNothing) {
     const auto in = [&](const wchar_t* name) { return L"--payload " + Quoted(scratch_ / name); };
+    const auto dir = [&](const wchar_t* name) {
+        return L"--payload-dir " + Quoted(scratch_ / name);
+    };
     const fs::path good = scratch_ / L"good.tar.gz", output = scratch_ / L"out.exe";
-    using orvik::testing::Filter, orvik::testing::Format;
-    ASSERT_TRUE(orvik::testing::WriteArchive(good, Format::Tar, Filter::Gzip,
-                                             {{"Install.exe", std::string(300000, 'x'), 0755}}));
-    ASSERT_TRUE(orvik::testing::WriteArchive(
-        scratch_ / L"escaping.tar.gz", Format::Tar, Filter::Gzip,
-        {{"Install.exe", "MZ", 0755}, {"../evil.dll", "x"}, {"bin/link", "", 0777, "../../out"}}));
+    const std::string program = ProgramHead() + std::string(300000, 'x');
+    using orvik::testing::Filter, orvik::testing::Format, orvik::testing::WriteArchive;
+    ASSERT_TRUE(WriteArchive(good, Format::Tar, Filter::Gzip, {{"Install.exe", program, 0755}}));
+    ASSERT_TRUE(WriteArchive(scratch_ / L"escaping.tar.gz", Format::Tar, Filter::Gzip,
+                             {{"Install.exe", program, 0755},
+                              {"../evil.dll", "x"},
+                              {"bin/link", "", 0777, "../../out"}}));
+    ASSERT_TRUE(WriteArchive(scratch_ / L"device.tar.gz", Format::Tar, Filter::Gzip,
+                             {{"Install.exe", program}, {"sub/Nul.tar.gz", "lost on Windows"}}));
+    ASSERT_TRUE(WriteArchive(scratch_ / L"text.tar.gz", Format::Tar, Filter::Gzip,
+                             {{"Install.exe", "a text, not a program"}}));
+    WriteBytes(scratch_ / L"zeros.tar.gz", std::string(1 << 20, '\0'));
     WriteBytes(scratch_ / L"truncated.tar.gz", ReadBytes(good).substr(0, fs::file_size(good) / 2));
     fs::create_directories(scratch_ / L"nested" / L"bin");
-    WriteBytes(scratch_ / L"nested" / L"bin" / L"Install.exe", "not at the root");
-    WriteBytes(scratch_ / L"nested" / L"suite.dat", "a suite");
+    WriteBytes(scratch_ / L"nested" / L"bin" / L"Install.exe", program);
+    fs::create_directories(scratch_ / L"suite");
+    WriteBytes(scratch_ / L"suite" / L"Install.exe", program);
+    WriteBytes(scratch_ / L"suite" / L"suite.dat", "a suite");
     WriteBytes(scratch_ / L"unclosed.xml", "<orvikpkgOnlineInstall");
+    WriteBytes(
+        scratch_ / L"online.xml",
+        "<orvikpkgOnlineInstall schemaVersion=\"26.5\"><downloadItem "
+        "uri=\"https://x.invalid/s.xml\"/><progressTitle value=\"T\"/></orvikpkgOnlineInstall>");
+    fs::copy_file(probe_, scratch_ / L"template.exe");
     // Sparse, and refused before it is read.
     WriteBytes(scratch_ / L"huge.tar.gz", "");
     fs::resize_file(scratch_ / L"huge.tar.gz", (std::uint64_t{1536} << 20) + 1);
     const std::string refused = "the payload would be refused by the bootstrapper: -125213",
-                      ceiling = "error: the payload archive is 1610612737 bytes; an installer";
+                      ceiling = "error: the payload archive is 1610612737 bytes; an installer",
+                      notTemplate = "; give --template the bootstrapper template";
+    const fs::path bin = orvik::testing::BinDirectory(), none;
     const struct {
+        fs::path templatePath, out;
         std::wstring arguments;
         int exitCode;
         std::string output;
-        std::int32_t probe;
+        bool writes = false;
+        std::int32_t probe = 0;
     } rows[] = {
-        {in(L"truncated.tar.gz"), 1, "error: " + refused, 0},
+        {none, none, in(L"good.tar.gz"), 0, "wrote", true, 0},
+        {bin / L"orvikpkg-pack.exe", none, in(L"good.tar.gz"), 1,
+         "is a 64-bit program" + notTemplate},
+        {bin / L"orvikpkg-sysinfo.exe", none, in(L"good.tar.gz"), 1,
+         "is a Windows program but not an installer template" + notTemplate},
+        {scratch_ / L"unclosed.xml", none, in(L"good.tar.gz"), 1, "is not a Windows program"},
+        {none, scratch_ / L"gone" / L"out.exe", in(L"good.tar.gz"), 1, "the output folder"},
+        {scratch_ / L"template.exe", scratch_ / L"template.exe", in(L"good.tar.gz"), 1,
+         "template.exe is the input"},
+        {none, none, dir(L"nested"), 1, "no Install.exe at its root"},
+        {none, none, in(L"zeros.tar.gz"), 1, "the payload holds no entries"},
+        {none, none, in(L"text.tar.gz"), 1, "Install.exe at the payload's root is not a Windows"},
+        {none, none, in(L"device.tar.gz"), 1, "error: sub/Nul.tar.gz: "},
+        {none, none, in(L"device.tar.gz") + L" --force", 0, "warning: sub/Nul.tar.gz: ", true, 0},
+        {none, none, in(L"truncated.tar.gz"), 1, "error: " + refused},
         // Forced, the installer is built and fails the way the check said.
-        {in(L"truncated.tar.gz") + L" --force", 0, "warning: " + refused, -125213},
-        {in(L"escaping.tar.gz"), 1,
-         "error: payload entry outside the extraction folder: ../evil.dll", 0},
-        {in(L"escaping.tar.gz") + L" --force", 0, "warning: payload entry outside", 0},
-        {L"--payload-dir " + Quoted(scratch_ / L"nested"), 0, "no Install.exe at its root", 0},
-        {L"--payload-dir " + Quoted(scratch_ / L"nested"), 0, "payload carries suite.dat", 0},
-        {in(L"huge.tar.gz"), 1, ceiling, 0},
-        {in(L"huge.tar.gz") + L" --force", 1, ceiling, 0},
-        {L"--online-install " + Quoted(scratch_ / L"unclosed.xml"), 1, "-126312", 0},
-        {L"--online-install " + Quoted(scratch_ / L"gone.xml"), 1, "gone.xml: No such file", 0},
-        {L"--what", 2, "usage: orvikpkg-pack.exe", 0},
+        {none, none, in(L"truncated.tar.gz") + L" --force", 0, "warning: " + refused, true,
+         -125213},
+        {none, none, in(L"escaping.tar.gz"), 1, "error: ../evil.dll: "},
+        {none, none, in(L"escaping.tar.gz") + L" --force", 0, "warning: bin/link: ", true, 0},
+        {none, none, dir(L"suite"), 0, "warning: the payload carries suite.dat; a suite", true, 0},
+        {none, none, dir(L"suite") + L" --online-install " + Quoted(scratch_ / L"online.xml"), 0,
+         "!suite.dat", true, 0},
+        {none, none, in(L"huge.tar.gz"), 1, ceiling},
+        {none, none, in(L"huge.tar.gz") + L" --force", 1, ceiling},
+        {none, none, L"--online-install " + Quoted(scratch_ / L"unclosed.xml"), 1, "-126312"},
+        {none, none, L"--online-install " + Quoted(scratch_ / L"gone.xml"), 1, "gone.xml: No such"},
+        {none, none, L"--what", 2, "unknown argument '--what'"},
+        {none, none, L"-h", 0, "usage: orvikpkg-pack.exe"},
+        {none, none, L"--version", 0, "probe.exe: bootstrapper 1.2.3.4"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
+        const fs::path out = row.out.empty() ? output : row.out;
         fs::remove(output);
-        const auto packed = Pack(output, row.arguments);
+        const auto packed = Pack(out, row.arguments, row.templatePath);
         EXPECT_EQ(row.exitCode, packed.exitCode) << packed.output;
-        EXPECT_NE(std::string::npos, packed.output.find(row.output)) << packed.output;
-        EXPECT_EQ(row.exitCode == 0, fs::exists(output));
-        EXPECT_FALSE(fs::exists(scratch_ / L"out.exe.partial"));
-        EXPECT_FALSE(fs::exists(scratch_ / L"out.exe.payload.tar.gz"));
-        if (row.exitCode == 0) {
+        const bool absent = row.output[0] == '!';
+        EXPECT_EQ(absent, packed.output.find(row.output.substr(absent)) == std::string::npos)
+            << packed.output;
+        EXPECT_EQ(row.writes, fs::exists(output));
+        for (const wchar_t* left : {L"out.exe.partial", L"out.exe.payload.tar.gz"}) {
+            EXPECT_FALSE(fs::exists(scratch_ / left)) << left;
+        }
+        if (row.writes) {
             EXPECT_EQ(row.probe, Probe(output));
         }
     }
@@ -309,7 +361,8 @@ TEST_F(PackToolTest, EveryInputIsCheckedBeforeTheInstallerIsWritten) {
     if (const char* tiny = std::getenv("ORVIK_TINY_FS")) {
         const fs::path full = orvik::testing::WinePath(tiny);
         fs::create_directory(scratch_ / L"big");
-        WriteBytes(scratch_ / L"big" / L"Install.exe", orvik::testing::RandomBytes(1 << 21, 7));
+        WriteBytes(scratch_ / L"big" / L"Install.exe",
+                   ProgramHead() + orvik::testing::RandomBytes(1 << 21, 7));
         for (const auto& input :
              {in(L"good.tar.gz"), L"--payload-dir " + Quoted(scratch_ / L"big")}) {
             const auto packed = Pack(full / L"out.exe", input);

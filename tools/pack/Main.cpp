@@ -1,8 +1,8 @@
 // orvikpkg-pack.exe: builds an installer from the bootstrapper template by
 // adding the payload and the online-install description as resources.
 //
-// Exit codes: 0 written; 1 refused or failed (nothing written); 2 wrong
-// command line.
+// Exit codes: 0 written (or usage and version printed); 1 refused or failed
+// (nothing written); 2 wrong command line.
 #include <windows.h>
 
 #include <algorithm>
@@ -16,14 +16,17 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "ConsoleProgress.h"
-#include "EntryPathCheck.h"
 #include "ErrorText.h"
+#include "FileMapping.h"
 #include "PackOptions.h"
 #include "PayloadArchiver.h"
 #include "PayloadCeiling.h"
+#include "PayloadReview.h"
 #include "ResourceWriter.h"
+#include "TemplateCheck.h"
 #include "preinstall/OnlineInstallInformation.h"
 #include "preinstall/PayloadCheck.h"
+#include "preinstall/Version.h"
 #include "shared/ArchiveManager.h"
 #include "shared/ErrorMessage.h"
 #include "shared/TextConversion.h"
@@ -45,64 +48,99 @@ void Print(std::FILE* stream, const std::wstring& text) {
     std::fflush(stream);
 }
 
+void Error(const std::wstring& text) {
+    Print(stderr, L"orvikpkg-pack: error: " + text + L"\n");
+}
+
 std::wstring ErrorText(const Exception& e) {
     return std::to_wstring(e.GetErrorCode()) + L": " + orvik::pkgshared::FormatErrorMessage(e);
 }
 
-// Reports a check that failed; true when packing may go on (with --force).
-bool Refused(const wchar_t* what, const Exception& e, bool force) {
-    Print(stderr, std::wstring(L"orvikpkg-pack: ") + (force ? L"warning: " : L"error: ") + what +
-                      L" would be refused by the bootstrapper: " + ErrorText(e) + L"\n");
-    return force;
-}
-
-// Whether the entry `name` is the file `file` (lower case) at the payload's root.
-bool IsRootFile(std::wstring name, const wchar_t* file) {
-    if (name.rfind(L"./", 0) == 0) {
-        name.erase(0, 2);
+// Reports `problems` of `what`; true when packing may go on: there are none,
+// or `force` embeds them anyway.
+bool Report(const std::vector<std::wstring>& problems, const wchar_t* what, bool force) {
+    for (const std::wstring& problem : problems) {
+        Print(stderr, std::wstring(L"orvikpkg-pack: ") + (force ? L"warning: " : L"error: ") +
+                          what + problem + L"\n");
     }
-    return orvik::pkgshared::ToLowerAscii(name) == file;
+    if (!problems.empty() && !force) {
+        Print(stderr,
+              L"orvikpkg-pack: nothing written; correct this, or give --force to embed "
+              L"it anyway\n");
+    }
+    return problems.empty() || force;
 }
 
-// Entries that would land outside the extraction folder are refused, unless
-// `force`; every one is named.
-bool CheckEntryPaths(const std::vector<orvik::pkgshared::ArchiveEntryInfo>& entries, bool force) {
-    bool escapes = false;
-    for (const auto& entry : entries) {
-        if (const auto reason = EscapeReason(entry)) {
-            escapes = true;
-            Print(stderr, std::wstring(L"orvikpkg-pack: ") + (force ? L"warning: " : L"error: ") +
-                              L"payload entry outside the extraction folder: " + *reason + L"\n");
+// Whether `a` and `b` name the same existing file.
+bool SameFile(const std::wstring& a, const std::wstring& b) {
+    boost::system::error_code code;
+    return !a.empty() && !b.empty() && fs::equivalent(a, b, code) && !code;
+}
+
+// Refuses an output that could not be written or would overwrite an input.
+bool CheckOutput(const PackOptions& options) {
+    const fs::path output = fs::absolute(options.outputPath);
+    boost::system::error_code code;
+    if (!fs::is_directory(output.parent_path(), code)) {
+        Error(L"the output folder " + output.parent_path().wstring() +
+              L" does not exist; create it first, or give --output in another folder");
+        return false;
+    }
+    if (fs::is_directory(output, code)) {
+        Error(options.outputPath + L" is a folder; give --output the installer's file name");
+        return false;
+    }
+    for (const std::wstring* input :
+         {&options.templatePath, &options.payloadFile, &options.onlineInstallFile}) {
+        if (SameFile(options.outputPath, *input)) {
+            Error(L"--output " + options.outputPath + L" is the input " + *input +
+                  L"; write the installer to another file");
+            return false;
         }
     }
-    return !escapes || force;
+    return true;
 }
 
-bool CheckPayload(const std::wstring& payload, bool force) {
+// Refuses, even with --force, a template that is not the bootstrapper's.
+bool CheckTemplate(const PackOptions& options, FileMapping& mapped, TemplateCheck& check) {
+    std::wstring error;
+    if (!mapped.Open(options.templatePath, error)) {
+        Error(error + L"; give --template the bootstrapper template preinstall.exe");
+        return false;
+    }
+    check = orvik::tools::pack::CheckTemplate({mapped.Data(), mapped.Size()});
+    if (!check.found.empty()) {
+        Error(options.templatePath + L" is " + check.found +
+              L"; give --template the bootstrapper template preinstall.exe, or an installer "
+              L"packed from it");
+        return false;
+    }
+    return true;
+}
+
+// Whether the payload's entries name the root Install.exe, whose first bytes are read.
+bool IsRootInstaller(const std::wstring& name) {
+    return IsRootFile(name, L"install.exe");
+}
+
+bool CheckPayload(const std::wstring& payload, const PackOptions& options) {
+    std::vector<std::wstring> problems;
+    bool suite = false;
     try {
-        const auto entries = orvik::pkgshared::ArchiveManager::ReadEntries(
-            payload, orvik::pkgshared::kArchiveTar, orvik::pkgshared::kCompressionGzip);
-        bool installer = false, suite = false;
-        for (const auto& entry : entries) {
-            installer = installer || IsRootFile(entry.name, L"install.exe");
-            suite = suite || IsRootFile(entry.name, L"suite.dat");
-        }
-        if (!installer) {
-            Print(stderr, L"orvikpkg-pack: warning: the payload has no Install.exe at its root\n");
-        }
-        if (suite) {
-            Print(stderr,
-                  L"orvikpkg-pack: warning: the payload carries suite.dat, but the installer "
-                  L"chooses a suite install only when bin\\suite.dat lies beside it as it starts, "
-                  L"before the payload is unpacked; without that file it installs and launches "
-                  L"the package manager alone. To ship a product installer, also put suite.dat "
-                  L"in a bin folder beside the packed installer; the suite install then reads "
-                  L"the payload's copy.\n");
-        }
-        return CheckEntryPaths(entries, force);
+        const auto review = ReviewPayload(orvik::pkgshared::ArchiveManager::ReadEntries(
+            payload, orvik::pkgshared::kArchiveTar, orvik::pkgshared::kCompressionGzip,
+            &IsRootInstaller));
+        problems = review.problems;
+        suite = review.carriesSuite;
     } catch (const Exception& e) {
-        return Refused(L"the payload", e, force);
+        problems.push_back(L"the payload would be refused by the bootstrapper: " + ErrorText(e));
     }
+    if (suite && options.onlineInstallFile.empty()) {
+        Print(stderr,
+              L"orvikpkg-pack: warning: the payload carries suite.dat; a suite install "
+              L"also needs bin\\suite.dat beside the installer (see the README)\n");
+    }
+    return Report(problems, L"", options.force);
 }
 
 // Refuses, even with --force, a payload too large for any installer to load.
@@ -110,10 +148,11 @@ bool CheckPayloadSize(const std::wstring& payload) {
     boost::system::error_code code;
     const auto size = fs::file_size(payload, code);
     if (code) {
-        return true;  // the payload check that follows reports what is wrong
+        Error(L"cannot read " + payload + L": " + orvik::pkgshared::Utf8ToWide(code.message()));
+        return false;
     }
     if (const auto reason = PayloadTooLarge(size)) {
-        Print(stderr, L"orvikpkg-pack: error: " + *reason + L"\n");
+        Error(*reason);
         return false;
     }
     return true;
@@ -122,8 +161,7 @@ bool CheckPayloadSize(const std::wstring& payload) {
 bool CheckOnlineInstall(const std::wstring& file, bool force) {
     std::string bytes;
     if (!orvik::pkgshared::ReadFileBytes(file, bytes)) {
-        Print(stderr,
-              L"orvikpkg-pack: error: cannot read " + file + L": " + ErrnoText(errno) + L"\n");
+        Error(L"cannot read " + file + L": " + ErrnoText(errno));
         return false;
     }
     try {
@@ -132,14 +170,61 @@ bool CheckOnlineInstall(const std::wstring& file, bool force) {
             bytes.data(), static_cast<std::uint32_t>(bytes.size())));
         return true;
     } catch (const Exception& e) {
-        return Refused(L"the online-install description", e, force);
+        return Report({ErrorText(e)},
+                      L"the online-install description would be refused by the "
+                      L"bootstrapper: ",
+                      force);
     }
 }
 
+// Archives the payload folder into `archived`; false when refused or failed.
+bool ArchiveFolder(const PackOptions& options, const std::wstring& archived) {
+    FolderListing listing;
+    std::wstring error;
+    if (!ListFolder(options.payloadDirectory, listing, error)) {
+        Error(error);
+        return false;
+    }
+    if (!Report(listing.outsideLinks, L"", options.force)) {
+        return false;
+    }
+    const unsigned threads =
+        options.threads != 0 ? options.threads : std::max(1u, std::thread::hardware_concurrency());
+    ConsoleProgress display;
+    const bool done = ArchiveDirectory(
+        options.payloadDirectory, listing, archived, threads,
+        [&display](const PackProgress& progress) { display.Update(progress); }, error);
+    display.End();
+    if (!done) {
+        Error(error);
+    }
+    return done;
+}
+
+// The resources to add; false when an input cannot be read.
+bool Resources(const std::wstring& payload, const PackOptions& options,
+               std::vector<ResourceInput>& resources) {
+    if (!payload.empty()) {
+        // The bootstrapper refuses a payload that no longer matches its check.
+        const auto check = orvik::pkgui::preinstall::PayloadCheck::OfFile(payload);
+        if (!check) {
+            Error(L"cannot read " + payload + L": " + ErrnoText(errno));
+            return false;
+        }
+        resources.push_back({L"ORVIKPKG_PAYLOAD", payload, {}});
+        resources.push_back(
+            {orvik::pkgui::preinstall::PayloadCheck::kResourceName, {}, check->Encode()});
+    }
+    if (!options.onlineInstallFile.empty()) {
+        resources.push_back({L"ORVIKPKG_ONLINE_INSTALL", options.onlineInstallFile, {}});
+    }
+    return true;
+}
+
 int Pack(const PackOptions& options) {
-    boost::system::error_code code;
-    if (!fs::is_regular_file(options.templatePath, code)) {
-        Print(stderr, L"orvikpkg-pack: error: no template at " + options.templatePath + L"\n");
+    FileMapping templateFile;
+    TemplateCheck templateCheck;
+    if (!CheckOutput(options) || !CheckTemplate(options, templateFile, templateCheck)) {
         return kFailed;
     }
     std::wstring payload = options.payloadFile;
@@ -154,17 +239,7 @@ int Pack(const PackOptions& options) {
     } removeArchived{archived};
     if (!options.payloadDirectory.empty()) {
         archived = options.outputPath + L".payload.tar.gz";
-        const unsigned threads = options.threads != 0
-                                     ? options.threads
-                                     : std::max(1u, std::thread::hardware_concurrency());
-        ConsoleProgress display;
-        std::wstring error;
-        const bool done = ArchiveDirectory(
-            options.payloadDirectory, archived, threads,
-            [&display](const PackProgress& progress) { display.Update(progress); }, error);
-        display.End();
-        if (!done) {
-            Print(stderr, L"orvikpkg-pack: error: " + error + L"\n");
+        if (!ArchiveFolder(options, archived)) {
             return kFailed;
         }
         payload = archived;
@@ -175,38 +250,45 @@ int Pack(const PackOptions& options) {
     // The payload's entries are read back while the installer is written,
     // which is moved into place only when they pass.
     std::future<bool> payloadChecked = std::async(std::launch::async, [&payload, &options] {
-        return payload.empty() || CheckPayload(payload, options.force);
+        return payload.empty() || CheckPayload(payload, options);
     });
-    if (!options.onlineInstallFile.empty() &&
-        !CheckOnlineInstall(options.onlineInstallFile, options.force)) {
-        return kFailed;
-    }
     std::vector<ResourceInput> resources;
-    if (!payload.empty()) {
-        // The bootstrapper refuses a payload that no longer matches its check.
-        const auto check = orvik::pkgui::preinstall::PayloadCheck::OfFile(payload);
-        if (!check) {
-            Print(stderr, L"orvikpkg-pack: error: cannot read " + payload + L": " +
-                              ErrnoText(errno) + L"\n");
-            return kFailed;
-        }
-        resources.push_back({L"ORVIKPKG_PAYLOAD", payload, {}});
-        resources.push_back(
-            {orvik::pkgui::preinstall::PayloadCheck::kResourceName, {}, check->Encode()});
-    }
-    if (!options.onlineInstallFile.empty()) {
-        resources.push_back({L"ORVIKPKG_ONLINE_INSTALL", options.onlineInstallFile, {}});
+    if ((!options.onlineInstallFile.empty() &&
+         !CheckOnlineInstall(options.onlineInstallFile, options.force)) ||
+        !Resources(payload, options, resources)) {
+        return kFailed;
     }
     std::wstring error;
+    bool unsigned_ = false;
     if (!WriteResources(
             options.templatePath, options.outputPath, resources,
-            [&payloadChecked] { return payloadChecked.get(); }, error)) {
+            [&payloadChecked] { return payloadChecked.get(); }, error, &unsigned_)) {
         if (!error.empty()) {
-            Print(stderr, L"orvikpkg-pack: error: " + error + L"\n");
+            Error(error);
         }
         return kFailed;
     }
+    if (unsigned_) {
+        Print(stderr, L"orvikpkg-pack: note: " + options.templatePath +
+                          L" is signed; packing changes it, so its signature is left out: sign " +
+                          options.outputPath + L" after packing\n");
+    }
     Print(stdout, L"orvikpkg-pack: wrote " + options.outputPath + L"\n");
+    return kWritten;
+}
+
+// The tool's version, and the template's when one is given.
+int PrintVersion(const PackOptions& options) {
+    Print(stdout, L"orvikpkg-pack " ORVIK_VERSION_TEXT L"\n");
+    if (options.templatePath.empty()) {
+        return kWritten;
+    }
+    FileMapping templateFile;
+    TemplateCheck check;
+    if (!CheckTemplate(options, templateFile, check)) {
+        return kFailed;
+    }
+    Print(stdout, L"template " + options.templatePath + L": bootstrapper " + check.version + L"\n");
     return kWritten;
 }
 
@@ -221,11 +303,15 @@ int wmain(int argc, wchar_t** argv) {
         return kUsage;
     }
     try {
-        return Pack(*options);
+        if (options->help) {
+            Print(stdout, UsageText());
+            return kWritten;
+        }
+        return options->version ? PrintVersion(*options) : Pack(*options);
     } catch (const Exception& e) {
-        Print(stderr, L"orvikpkg-pack: error: " + ErrorText(e) + L"\n");
+        Error(ErrorText(e));
     } catch (const std::exception& e) {
-        Print(stderr, L"orvikpkg-pack: error: " + orvik::pkgshared::Utf8ToWide(e.what()) + L"\n");
+        Error(orvik::pkgshared::Utf8ToWide(e.what()));
     }
     return kFailed;
 }

@@ -22,14 +22,19 @@ std::wstring UsageText() {
     return L"usage: orvikpkg-pack.exe --template TEMPLATE.exe --output OUT.exe\n"
            L"                         [--payload-dir DIR | --payload FILE]\n"
            L"                         [--online-install FILE.xml] [--force] [--threads N]\n"
-           L"Copies TEMPLATE.exe to OUT.exe with the payload (a folder archived as a\n"
-           L"gzip-compressed tar, or a ready archive) and the online-install description\n"
-           L"as its resources ORVIKPKG_PAYLOAD and ORVIKPKG_ONLINE_INSTALL. Both are\n"
-           L"checked as the bootstrapper will read them, and payload entries that would\n"
-           L"land outside the extraction folder (absolute names, \"..\", links pointing\n"
-           L"out) are refused; --force embeds them anyway. A folder is compressed by N\n"
-           L"threads (default: one per processor), which gives the same bytes for any N.\n"
-           L"Sign OUT.exe after packing.\n";
+           L"       orvikpkg-pack.exe --version [--template TEMPLATE.exe]\n"
+           L"       orvikpkg-pack.exe --help\n"
+           L"Copies TEMPLATE.exe (the bootstrapper template, or an installer packed from\n"
+           L"it) to OUT.exe with the payload (a folder archived as a gzip-compressed tar,\n"
+           L"or a ready archive) and the online-install description as its resources\n"
+           L"ORVIKPKG_PAYLOAD and ORVIKPKG_ONLINE_INSTALL. The payload must hold a Windows\n"
+           L"program Install.exe at its root, and every entry must unpack on Windows\n"
+           L"as it is named and inside the extraction folder; the description must load.\n"
+           L"--force embeds what fails these checks anyway, with the reasons printed.\n"
+           L"A folder is compressed by N threads (default: one per processor), which\n"
+           L"gives the same bytes for any N. A signature of the template is dropped:\n"
+           L"sign OUT.exe after packing. Exit codes: 0 written, 1 refused or failed\n"
+           L"(nothing written), 2 wrong command line.\n";
 }
 
 std::optional<PackOptions> ParsePackOptions(const std::vector<std::wstring>& arguments,
@@ -46,8 +51,18 @@ std::optional<PackOptions> ParsePackOptions(const std::vector<std::wstring>& arg
         {L"--payload", &PackOptions::payloadFile},
         {L"--online-install", &PackOptions::onlineInstallFile},
     };
+    for (const std::wstring& argument : arguments) {
+        if (argument == L"--help" || argument == L"-h") {
+            options.help = true;
+            return options;
+        }
+    }
     for (size_t i = 0; i < arguments.size(); ++i) {
         const std::wstring& argument = arguments[i];
+        if (argument == L"--version") {
+            options.version = true;
+            continue;
+        }
         if (argument == L"--force") {
             options.force = true;
             continue;
@@ -83,6 +98,9 @@ std::optional<PackOptions> ParsePackOptions(const std::vector<std::wstring>& arg
             return std::nullopt;
         }
         options.*(match->field) = arguments[++i];
+    }
+    if (options.version) {
+        return options;
     }
     if (options.templatePath.empty() || options.outputPath.empty()) {
         error = L"--template and --output are required";

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "ErrorText.h"
 #include "OutputFile.h"
 #include "ParallelGzipWriter.h"
+#include "ResolvedPath.h"
 #include "shared/TextConversion.h"
 #include "shared/utils/UniqueFile.h"
 
@@ -44,34 +46,17 @@ std::wstring LibraryError(archive* a) {
     return error;
 }
 
-struct Item {
-    std::wstring relative;  // '/'-separated
-    bool directory;
-    std::uint64_t size;
-    bool operator<(const Item& other) const { return relative < other.relative; }
-};
+// Whether `path` is `folder` or lies below it; both resolved.
+bool IsWithin(const std::wstring& path, const std::wstring& folder) {
+    return path.compare(0, folder.size(), folder) == 0 &&
+           (path.size() == folder.size() || path[folder.size()] == L'/' ||
+            path[folder.size()] == L'\\' || folder.back() == L'/' || folder.back() == L'\\');
+}
 
-// Everything below `root`, sorted by relative path, with the files' sizes.
-bool ListTree(const fs::path& root, std::vector<Item>& items, std::wstring& error) {
-    boost::system::error_code code;
-    fs::recursive_directory_iterator it(root, code), end;
-    for (; !code && it != end; it.increment(code)) {
-        const bool directory = fs::is_directory(it->symlink_status());
-        const auto size = directory ? 0 : fs::file_size(it->path(), code);
-        if (code) {
-            error = L"cannot read " + it->path().wstring() + L": " +
-                    orvik::pkgshared::Utf8ToWide(code.message());
-            return false;
-        }
-        items.push_back({it->path().lexically_relative(root).generic_wstring(), directory, size});
-    }
-    if (code) {
-        error =
-            L"cannot list " + root.wstring() + L": " + orvik::pkgshared::Utf8ToWide(code.message());
-        return false;
-    }
-    std::sort(items.begin(), items.end());
-    return true;
+std::wstring CannotRead(const fs::path& path, const boost::system::error_code& code) {
+    return L"cannot read " + path.wstring() + L": " +
+           (code ? orvik::pkgshared::Utf8ToWide(code.message())
+                 : std::wstring(L"it is gone, or a link to nothing"));
 }
 
 // Passes the tar stream on to the compressor.
@@ -111,16 +96,67 @@ bool CopyFileData(archive* a, const fs::path& file, const std::wstring& archiveF
 
 }  // namespace
 
-bool ArchiveDirectory(const std::wstring& directory, const std::wstring& archiveFile,
-                      unsigned threads, const std::function<void(const PackProgress&)>& progress,
-                      std::wstring& error) {
+bool ListFolder(const std::wstring& directory, FolderListing& listing, std::wstring& error) {
     const fs::path root(directory);
-    std::vector<Item> items;
-    if (!ListTree(root, items, error)) {
+    boost::system::error_code code;
+    const auto rootResolved = ResolvedPath(directory);
+    if (!rootResolved) {
+        error = CannotRead(root, code);
         return false;
     }
+    // Where each listed folder really is, by its relative path.
+    std::map<std::wstring, std::wstring> folders = {{L"", *rootResolved}};
+    fs::recursive_directory_iterator it(root, fs::directory_options::follow_directory_symlink,
+                                        code),
+        end;
+    for (; !code && it != end; it.increment(code)) {
+        const fs::path relative = it->path().lexically_relative(root);
+        const std::wstring& parent = folders[relative.parent_path().generic_wstring()];
+        const auto resolved = ResolvedPath(it->path().wstring());
+        const bool directory = fs::is_directory(it->status(code));
+        if (!resolved || code) {
+            error = CannotRead(it->path(), code);
+            return false;
+        }
+        const std::wstring name = relative.generic_wstring();
+        if (*resolved != (fs::path(parent) / relative.filename()).wstring()) {
+            if (directory && IsWithin(parent, *resolved)) {
+                error = name + L": a link to " + *resolved +
+                        L", a folder that holds the link; the folder cannot be archived";
+                return false;
+            }
+            if (!IsWithin(*resolved, *rootResolved)) {
+                listing.outsideLinks.push_back(name + L": a link to " + *resolved +
+                                               L", outside the folder");
+            }
+        }
+        const auto size = directory ? 0 : fs::file_size(it->path(), code);
+        if (code) {
+            error = CannotRead(it->path(), code);
+            return false;
+        }
+        if (directory) {
+            folders[name] = *resolved;
+        }
+        listing.items.push_back({name, directory, size});
+    }
+    if (code) {
+        error =
+            L"cannot list " + root.wstring() + L": " + orvik::pkgshared::Utf8ToWide(code.message());
+        return false;
+    }
+    std::sort(listing.items.begin(), listing.items.end());
+    return true;
+}
+
+bool ArchiveDirectory(const std::wstring& directory, const FolderListing& listing,
+                      const std::wstring& archiveFile, unsigned threads,
+                      const std::function<void(const PackProgress&)>& progress,
+                      std::wstring& error) {
+    const fs::path root(directory);
+    const std::vector<FolderItem>& items = listing.items;
     PackProgress done;
-    for (const Item& item : items) {
+    for (const FolderItem& item : items) {
         done.bytesTotal += item.size;
         done.filesTotal += item.directory ? 0 : 1;
     }
@@ -148,7 +184,7 @@ bool ArchiveDirectory(const std::wstring& directory, const std::wstring& archive
         error = compressor.Error().empty() ? std::move(what) : compressor.Error();
         return false;
     };
-    for (const Item& item : items) {
+    for (const FolderItem& item : items) {
         const fs::path full = root / item.relative;
         std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
         archive_entry_copy_pathname_w(entry.get(), item.relative.c_str());
