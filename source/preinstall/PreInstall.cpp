@@ -68,11 +68,11 @@ void PreInstall::Run() noexcept {
 
 void PreInstall::RunSequence() {
     ParseOptions();
-    Log(L"Options passed through: " + options_.passThroughArguments);
     if (!platform_.IsElevated()) {
         ORVIK_THROW(Exception, kNotElevated);
     }
     ChooseDirectories();
+    LogPassThrough();
     ExtractPayload();
     configFile_ = Join(workingDirectory_, L"orvikpkg.ini");
     if (platform_.FileExists(InPackageDirectory(L"orvikpkg.ini"))) {
@@ -108,6 +108,18 @@ void PreInstall::ChooseDirectories() {
     platform_.SecureWorkingDirectory(workingDirectory_);
     Log(L"Install mode " + std::to_wstring(static_cast<int>(installMode_)) +
         L", working directory " + workingDirectory_);
+}
+
+void PreInstall::LogPassThrough() {
+    const std::wstring& arguments = options_.passThroughArguments;
+    if (arguments.empty()) {
+        Log(L"Options passed through: none");
+    } else if (installMode_ == InstallMode::None) {
+        // A plain install runs only Install.exe, whose command line carries no pass-through.
+        Log(L"Options not passed on, as a plain install launches no package manager: " + arguments);
+    } else {
+        Log(L"Options passed through to the package manager's launch: " + arguments);
+    }
 }
 
 void PreInstall::ExtractPayload() {

@@ -49,6 +49,8 @@ private:
     void RunSequence();
     void ParseOptions();
     void ChooseDirectories();
+    // Logs which options reach a child: the launch carries them, the install never does.
+    void LogPassThrough();
     void ExtractPayload();
     // False when the run ends here without an error (the user chose to get
     // .NET Framework first).
