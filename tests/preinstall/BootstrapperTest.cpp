@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <set>
 #include <sstream>
 #include "shared/ErrorMessage.h"
 #include "shared/utils/RegistryString.h"
@@ -274,6 +275,37 @@ TEST_F(BootstrapperTest, RunsStartTheirChildrenAndEndWithTheirCodes) {
         }
     }
     EXPECT_FALSE(fs::exists(blocker / L"logs"));
+}
+
+// Names unpack as the archive's writer meant them, whatever the tar format: UTF-8 names from pax,
+// gnu and ustar headers alike, and names Windows keeps for devices (packed with --force), which the
+// run creates as files, not as writes to a device.
+TEST_F(BootstrapperTest, NamesUnpackAsWrittenWhateverTheTarFormat) {
+    const std::vector<t::ArchiveItem> items = {
+        {"Install.exe", ReadBytes(bin_ / L"child_recorder.exe")},
+        {"кириллица/файл.txt", "12"},
+        {"emoji 😀.txt", "123"},
+        {"日本語.txt", ""},
+        {"sub/Nul.tar.gz", "1234"},
+        {"CON.log", "5"}};
+    std::set<std::string> lines;
+    for (const t::ArchiveItem& item : items) {
+        lines.insert(item.name + "|" + std::to_string(item.data.size()));
+    }
+    std::string expected;
+    for (const std::string& line : lines) {
+        expected += line + "\n";
+    }
+    for (const auto format : {t::Format::Tar, t::Format::Gnu, t::Format::Ustar}) {
+        SCOPED_TRACE(static_cast<int>(format));
+        UseFolder(L"format" + std::to_wstring(static_cast<int>(format)));
+        ASSERT_TRUE(t::WriteArchive(base_ / L"made", format, t::Filter::Gzip, items));
+        ASSERT_NO_FATAL_FAILURE(Pack(L"--payload ", ReadBytes(base_ / L"made")));
+        WriteBytes(base_ / L"record.codes", "list");
+        Bootstrap(L"--quiet");
+        EXPECT_EQ(0, exit_);
+        EXPECT_EQ(expected, ReadBytes(base_ / L"record.tree"));
+    }
 }
 
 // Without --passive or --quiet the error is shown in a box with an OK button only.
