@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <tuple>
 
 #include "preinstall/PreInstall.h"
@@ -137,6 +139,7 @@ TEST_F(PreInstallTest, Runs) {
         {{}, "no-.NET", {}, "", -125029, L".NET? "},
         {{}, "no-.NET yes", {}, "", 0, L".NET? .NET-page "},
         {{}, "no-.NET wine ini", {}, "I", 0, L"writeable:C:\\dl\\bin\\orvikpkg.ini "},
+        {{L"y"}, "", {}, "I", 0, L""},  // a plain install: "y" reaches no child
     };
     session_.guide.logs = scratch_.Path().wstring();
     for (size_t i = 0; i < std::size(cases); ++i) {
@@ -145,6 +148,7 @@ TEST_F(PreInstallTest, Runs) {
         c_ = c;
         children_.clear();
         events_ = shown_ = deleted_ = L"";
+        session_.logger.lines.clear();
         boost::filesystem::remove(scratch_ / L"errorlog.txt");
         {
             PreInstall run(session_, *this);
@@ -171,6 +175,13 @@ TEST_F(PreInstallTest, Runs) {
                                   folder);
         }
         EXPECT_EQ(expected, children_);
+        // The log says "passed through" only where a launch carries the arguments.
+        const auto logged = session_.logger.Messages();
+        const bool launched = std::strpbrk(c.children, "WL") != nullptr;
+        EXPECT_EQ(!options.passThroughArguments.empty() && launched,
+                  std::count(logged.begin(), logged.end(),
+                             L"Options passed through to the package manager's launch: " +
+                                 options.passThroughArguments) == 1);
         const bool shown = !shown_.empty();
         EXPECT_EQ(shown ? orvik::pkgshared::FormatErrorMessage(c.result, 0, c.argument) : L"",
                   shown_);

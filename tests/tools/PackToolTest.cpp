@@ -280,6 +280,8 @@ TEST_F(PackToolTest, EveryMistakeIsRefusedWithItsCauseAndLeavesNothing) {
                              {{"Install.exe", program}, {"sub/Nul.tar.gz", "lost on Windows"}}));
     ASSERT_TRUE(WriteArchive(scratch_ / L"text.tar.gz", Format::Tar, Filter::Gzip,
                              {{"Install.exe", "a text, not a program"}}));
+    ASSERT_TRUE(WriteArchive(scratch_ / L"latin1.tar.gz", Format::Gnu, Filter::Gzip,
+                             {{"Install.exe", program}, {"\xE9t\xE9.txt", "a Latin-1 name"}}));
     WriteBytes(scratch_ / L"zeros.tar.gz", std::string(1 << 20, '\0'));
     WriteBytes(scratch_ / L"truncated.tar.gz", ReadBytes(good).substr(0, fs::file_size(good) / 2));
     fs::create_directories(scratch_ / L"nested" / L"bin");
@@ -322,6 +324,7 @@ TEST_F(PackToolTest, EveryMistakeIsRefusedWithItsCauseAndLeavesNothing) {
         {none, none, in(L"text.tar.gz"), 1, "Install.exe at the payload's root is not a Windows"},
         {none, none, in(L"device.tar.gz"), 1, "error: sub/Nul.tar.gz: "},
         {none, none, in(L"device.tar.gz") + L" --force", 0, "warning: sub/Nul.tar.gz: ", true, 0},
+        {none, none, in(L"latin1.tar.gz"), 1, "\\xE9t\\xE9.txt: a name that is not valid UTF-8"},
         {none, none, in(L"truncated.tar.gz"), 1, "error: " + refused},
         // Forced, the installer is built and fails the way the check said.
         {none, none, in(L"truncated.tar.gz") + L" --force", 0, "warning: " + refused, true,
