@@ -289,6 +289,8 @@ TEST_F(PackToolTest, EveryMistakeIsRefusedWithItsCauseAndLeavesNothing) {
     fs::create_directories(scratch_ / L"suite");
     WriteBytes(scratch_ / L"suite" / L"Install.exe", program);
     WriteBytes(scratch_ / L"suite" / L"suite.dat", "a suite");
+    fs::create_directories(scratch_ / L"shipped" / L"bin");  // with the suite beside the output
+    WriteBytes(scratch_ / L"shipped" / L"bin" / L"suite.dat", "a suite");
     WriteBytes(scratch_ / L"unclosed.xml", "<orvikpkgOnlineInstall");
     WriteBytes(
         scratch_ / L"online.xml",
@@ -334,6 +336,7 @@ TEST_F(PackToolTest, EveryMistakeIsRefusedWithItsCauseAndLeavesNothing) {
         {none, none, dir(L"suite"), 0, "warning: the payload carries suite.dat; a suite", true, 0},
         {none, none, dir(L"suite") + L" --online-install " + Quoted(scratch_ / L"online.xml"), 0,
          "!suite.dat", true, 0},
+        {none, scratch_ / L"shipped" / L"out.exe", dir(L"suite"), 0, "!suite.dat", true, 0},
         {none, none, in(L"huge.tar.gz"), 1, ceiling},
         {none, none, in(L"huge.tar.gz") + L" --force", 1, ceiling},
         {none, none, L"--online-install " + Quoted(scratch_ / L"unclosed.xml"), 1, "-126312"},
@@ -351,12 +354,12 @@ TEST_F(PackToolTest, EveryMistakeIsRefusedWithItsCauseAndLeavesNothing) {
         const bool absent = row.output[0] == '!';
         EXPECT_EQ(absent, packed.output.find(row.output.substr(absent)) == std::string::npos)
             << packed.output;
-        EXPECT_EQ(row.writes, fs::exists(output));
+        EXPECT_EQ(row.writes, fs::exists(row.writes ? out : output));
         for (const wchar_t* left : {L"out.exe.partial", L"out.exe.payload.tar.gz"}) {
             EXPECT_FALSE(fs::exists(scratch_ / left)) << left;
         }
         if (row.writes) {
-            EXPECT_EQ(row.probe, Probe(output));
+            EXPECT_EQ(row.probe, Probe(out));
         }
     }
     // Out of room, writing the installer or archiving a folder, the tool says what to free and

@@ -135,10 +135,15 @@ bool CheckPayload(const std::wstring& payload, const PackOptions& options) {
     } catch (const Exception& e) {
         problems.push_back(L"the payload would be refused by the bootstrapper: " + ErrorText(e));
     }
-    if (suite && options.onlineInstallFile.empty()) {
+    const fs::path besideOutput = fs::absolute(options.outputPath).parent_path() / L"bin";
+    boost::system::error_code code;
+    if (suite && options.onlineInstallFile.empty() &&
+        !fs::exists(besideOutput / L"suite.dat", code)) {
         Print(stderr,
               L"orvikpkg-pack: warning: the payload carries suite.dat; a suite install "
-              L"also needs bin\\suite.dat beside the installer (see the README)\n");
+              L"also needs bin\\suite.dat beside the installer, and "
+              L"there is none beside " +
+                  options.outputPath + L" yet (see the README)\n");
     }
     return Report(problems, L"", options.force);
 }
