@@ -37,14 +37,21 @@ struct WorkerContext {
     orvik::pkgshared::Logger& logger;
 };
 
+// The kernel32 function `name` as type `Function`; null where this Windows
+// lacks it. Functions newer than Windows 7 SP1 are found this way, so that the
+// import table names none of them.
+template <typename Function>
+Function KernelFunction(const char* name) {
+    HMODULE kernel = ::GetModuleHandleW(L"kernel32");
+    return kernel != nullptr
+               ? reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(kernel, name)))
+               : nullptr;
+}
+
 // Searches only the system folder for DLLs loaded from now on. Returns 0, or
 // the last error when the system refused.
 DWORD NarrowDllSearch() {
-    using SetDirectories = BOOL(WINAPI*)(DWORD);
-    HMODULE kernel = ::GetModuleHandleW(L"kernel32");
-    const auto set = kernel != nullptr ? reinterpret_cast<SetDirectories>(reinterpret_cast<void*>(
-                                             ::GetProcAddress(kernel, "SetDefaultDllDirectories")))
-                                       : nullptr;
+    const auto set = KernelFunction<BOOL(WINAPI*)(DWORD)>("SetDefaultDllDirectories");
     if (set == nullptr || set(LOAD_LIBRARY_SEARCH_SYSTEM32)) {
         return 0;
     }
@@ -57,7 +64,10 @@ long long MillisecondsSinceProcessCreation() {
     if (!::GetProcessTimes(::GetCurrentProcess(), &creation, &exit, &kernel, &user)) {
         return -1;
     }
-    ::GetSystemTimePreciseAsFileTime(&now);
+    // Windows 8 and later; Windows 7 has the clock's tick resolution only.
+    static const auto precise =
+        KernelFunction<VOID(WINAPI*)(LPFILETIME)>("GetSystemTimePreciseAsFileTime");
+    precise != nullptr ? precise(&now) : ::GetSystemTimeAsFileTime(&now);
     const auto ticks = [](const FILETIME& time) {
         return static_cast<long long>((static_cast<unsigned long long>(time.dwHighDateTime) << 32) |
                                       time.dwLowDateTime);

@@ -246,7 +246,7 @@ std::int32_t PreInstallPlatformWin::WaitForProcess(const std::wstring& file,
         Log(L"Error: WaitForProcess: not a program image: " + file);
         ORVIK_THROW(Exception, kCannotLaunch, file);
     }
-    if (!present || !::ShellExecuteExW(&info)) {
+    if (!present || !StartProcess(info)) {
         if (::GetLastError() == ERROR_CANCELLED) {
             ORVIK_THROW(Exception, kUserCancelled);
         }
@@ -269,6 +269,10 @@ std::int32_t PreInstallPlatformWin::WaitForProcess(const std::wstring& file,
     }
     ::SetForegroundWindow(window_);
     return static_cast<std::int32_t>(exitCode);
+}
+
+bool PreInstallPlatformWin::StartProcess(SHELLEXECUTEINFOW& info) {
+    return ::ShellExecuteExW(&info) != FALSE;
 }
 
 std::optional<std::wstring> PreInstallPlatformWin::InstalledPackageManagerPath() {

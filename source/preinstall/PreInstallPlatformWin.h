@@ -2,6 +2,8 @@
 // The bootstrap run's effects on the real system.
 #include <windows.h>
 
+#include <shellapi.h>
+
 #include "preinstall/IPreInstallPlatform.h"
 #include "preinstall/PayloadCheck.h"
 #include "shared/ISharedSession.h"
@@ -51,6 +53,12 @@ public:
 
     // The string `id` of the program's string table in the thread's language.
     std::wstring LoadText(unsigned id) const;
+
+protected:
+    // Starts what `info` names, as ShellExecuteExW does: true with
+    // info.hProcess set, or false with the error in GetLastError
+    // (ERROR_CANCELLED: the user declined the elevation).
+    virtual bool StartProcess(SHELLEXECUTEINFOW& info);
 
 private:
     void Log(const std::wstring& message);

@@ -14,14 +14,17 @@ namespace orvik::pkgui::preinstall {
 // inherited by files and subfolders, nothing inherited from the parent.
 std::wstring WorkingDirectoryDacl(const std::wstring& userSid);
 
-// Sets a protected DACL on a path: returns a Win32 error code, 0 on success.
-// The ACL is given as the bytes of a Windows ACL.
-using DaclSetter = std::function<unsigned long(const std::wstring& path, void* acl)>;
+// Sets the DACL of a file or folder as SetNamedSecurityInfoW does, with
+// `information` saying what it sets (DACL_SECURITY_INFORMATION and
+// PROTECTED_DACL_SECURITY_INFORMATION bits) and `acl` the bytes of a Windows
+// ACL: returns a Win32 error code, 0 on success.
+using DaclSetter =
+    std::function<unsigned long(const std::wstring& path, unsigned long information, void* acl)>;
 
 // Puts that DACL, for the user the process runs for, on `directory` (the
-// folder only; it must exist) through `setDacl` (by default the system's
-// SetNamedSecurityInfoW). Throws CouldNotCreateDirectoryException (-125098)
-// with the system's error.
+// folder only; it must exist) as a protected DACL, through `setDacl` (by
+// default the system's SetNamedSecurityInfoW). Throws
+// CouldNotCreateDirectoryException (-125098) with the system's error.
 void RestrictWorkingDirectory(const std::wstring& directory, const DaclSetter& setDacl = {});
 
 }  // namespace orvik::pkgui::preinstall

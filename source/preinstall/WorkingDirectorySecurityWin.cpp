@@ -44,11 +44,10 @@ std::wstring CurrentUserSid() {
     return text;
 }
 
-DWORD SetProtectedDacl(const std::wstring& path, PACL dacl) {
+DWORD SetDacl(const std::wstring& path, SECURITY_INFORMATION information, PACL dacl) {
     std::wstring name = path;
-    return ::SetNamedSecurityInfoW(name.data(), SE_FILE_OBJECT,
-                                   DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
-                                   nullptr, nullptr, dacl, nullptr);
+    return ::SetNamedSecurityInfoW(name.data(), SE_FILE_OBJECT, information, nullptr, nullptr, dacl,
+                                   nullptr);
 }
 
 }  // namespace
@@ -70,8 +69,11 @@ void RestrictWorkingDirectory(const std::wstring& directory, const DaclSetter& s
     if (!::GetSecurityDescriptorDacl(descriptor, &present, &dacl, &defaulted)) {
         Fail(::GetLastError(), directory);
     }
-    const DWORD result =
-        setDacl ? static_cast<DWORD>(setDacl(directory, dacl)) : SetProtectedDacl(directory, dacl);
+    // Protected: none of the parent's inheritable entries is added.
+    const SECURITY_INFORMATION information =
+        DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION;
+    const DWORD result = setDacl ? static_cast<DWORD>(setDacl(directory, information, dacl))
+                                 : SetDacl(directory, information, dacl);
     if (result != ERROR_SUCCESS) {
         Fail(result, directory);
     }

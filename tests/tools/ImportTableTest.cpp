@@ -4,15 +4,23 @@
 
 #include <algorithm>
 #include <cctype>
+#include <set>
+#include <sstream>
 #include <string>
 #include "support/ChildProcess.h"
 
 namespace orvik::testing {
 namespace {
 // Every DLL that the template imports directly is one the loader binds before the program's
-// first instruction from the system folder only: a KnownDLL or an API set name. The others are
-// delay-loaded, after the entry has limited DLL loading to the system folder.
-TEST(ImportTableTest, TemplateImportsOnlyProtectedDlls) {
+// first instruction from the system folder only: a KnownDLL (no API set name, which Windows 7
+// lacks). The others are delay-loaded, after the entry has limited DLL loading to the system
+// folder. Every function it imports is on the checked-in list of those Windows 7 SP1 exports.
+TEST(ImportTableTest, TemplateImportsOnlyProtectedDllsAndListedFunctions) {
+    std::set<std::string> allowed;
+    std::istringstream list(ReadBytes(WinePath(ORVIK_ALLOWED_IMPORTS)));
+    for (std::string line; std::getline(list, line);) {
+        allowed.insert(line);
+    }
     const std::string known =
         "|advapi32.dll|clbcatq.dll|combase.dll|comdlg32.dll|gdi32.dll|gdiplus.dll|imagehlp.dll|"
         "imm32.dll|kernel32.dll|msctf.dll|msvcrt.dll|normaliz.dll|nsi.dll|ole32.dll|oleaut32.dll|"
@@ -33,9 +41,19 @@ TEST(ImportTableTest, TemplateImportsOnlyProtectedDlls) {
         std::string name = base + descriptor->Name;
         std::transform(name.begin(), name.end(), name.begin(),
                        [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        EXPECT_TRUE(known.find("|" + name + "|") != std::string::npos ||
-                    name.rfind("api-ms-win-", 0) == 0)
-            << name;
+        EXPECT_NE(std::string::npos, known.find("|" + name + "|")) << name;
+        const auto* thunk = reinterpret_cast<const IMAGE_THUNK_DATA*>(
+            base + (descriptor->OriginalFirstThunk ? descriptor->OriginalFirstThunk
+                                                   : descriptor->FirstThunk));
+        for (; thunk->u1.AddressOfData != 0; ++thunk) {
+            const std::string function =
+                IMAGE_SNAP_BY_ORDINAL(thunk->u1.Ordinal)
+                    ? "#" + std::to_string(IMAGE_ORDINAL(thunk->u1.Ordinal))
+                    : reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + thunk->u1.AddressOfData)
+                          ->Name;
+            EXPECT_EQ(1u, allowed.count(base + descriptor->Name + ("\t" + function)))
+                << "not on the list: " << base + descriptor->Name << " " << function;
+        }
     }
     EXPECT_GT(count, 0);
     ::FreeLibrary(module);
