@@ -43,7 +43,7 @@ void ArchiveReadAhead::Read() noexcept {
 
 void ArchiveReadAhead::ReadItems() noexcept {
     try {
-        for (;;) {
+        while (!Stopped()) {
             archive_entry* entry = nullptr;
             const int header = archive_read_next_header(reader_, &entry);
             if (header == ARCHIVE_EOF) {
@@ -95,6 +95,11 @@ void ArchiveReadAhead::ReadItems() noexcept {
         failure.errorText = L"out of memory reading ahead";
         Push(std::move(failure));
     }
+}
+
+bool ArchiveReadAhead::Stopped() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return stop_;
 }
 
 bool ArchiveReadAhead::Push(Item item) {

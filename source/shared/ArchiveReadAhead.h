@@ -42,7 +42,9 @@ public:
     // this object is gone). Entries for which `wanted` is false are passed
     // over with their data, as the library does when none is read.
     ArchiveReadAhead(archive* reader, std::function<bool(archive_entry*)> wanted);
-    // Stops reading and waits for the reading thread.
+    // Stops reading and waits for the reading thread, which ends at its next
+    // block or header: also while the queue is full, and while it passes over
+    // entries that are not wanted.
     ~ArchiveReadAhead();
     ArchiveReadAhead(const ArchiveReadAhead&) = delete;
     ArchiveReadAhead& operator=(const ArchiveReadAhead&) = delete;
@@ -56,6 +58,8 @@ public:
 private:
     void Read() noexcept;
     void ReadItems() noexcept;
+    // Whether the destructor asked the reading thread to stop.
+    bool Stopped();
     bool Push(Item item);
     Item Pop();
 

@@ -131,9 +131,8 @@ TEST_F(ConfigSettingsFileTest, SavesOnlyChangesToFilesItCouldRead) {
     ConfigSettings fresh(created.wstring());
     EXPECT_EQ(-2, fresh.Load());
     fresh.SetAttribute(L"logs-directory", L"C:\\\u65E5");
-    ExpectThrows(
-        [&] { fresh.SetAttribute(L"k", L"a\nb"); },
-        {-125201, {L"k", L"a\nb", L"SetAttribute"}, L"source\\shared\\ConfigSettings", 66});
+    ExpectThrows([&] { fresh.SetAttribute(L"k", L"a\nb"); },
+                 {-125201, {L"k", L"a\nb", L"SetAttribute"}, L"source\\shared\\ConfigSettings"});
     EXPECT_EQ(0, fresh.Save(logger_, clock_));
     EXPECT_FALSE(fresh.HasUnsavedChanges());
     EXPECT_EQ("[Settings]\r\nlogs-directory=C:\\\xE6\x97\xA5\r\n", ReadBytes(created));

@@ -92,12 +92,12 @@ TEST(AbstractAttributesTest, TypedValuesParseOrRaise) {
         if (boolean) {
             EXPECT_EQ(boolean, attributes.GetBool(L"a"));
         } else {
-            ExpectThrows([&] { attributes.GetBool(L"a"); }, {-125035, {L"a", text}, source, 77});
+            ExpectThrows([&] { attributes.GetBool(L"a"); }, {-125035, {L"a", text}, source});
         }
         if (number) {
             EXPECT_EQ(number, attributes.GetNumber(L"a"));
         } else {
-            ExpectThrows([&] { attributes.GetNumber(L"a"); }, {-125036, {L"a", text}, source, 89});
+            ExpectThrows([&] { attributes.GetNumber(L"a"); }, {-125036, {L"a", text}, source});
         }
     }
     EXPECT_EQ(std::nullopt, MapAttributes().GetBool(L"absent"));

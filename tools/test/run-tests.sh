@@ -3,9 +3,11 @@
 # tree (BUILD_DIR), on a host that runs 32-bit programs. On a host that does
 # not (see host-runs-32bit.sh) it runs what such a host can: the packing
 # tool's tests built as 64-bit programs (BUILD_DIR/x64, under the 64-bit Wine
-# loader alone) and the host-side tests; then one line says how many of the
-# 32-bit tree's tests did not run and why. The exit code tells whether
-# everything that ran passed.
+# loader alone) and the host-side tests. It ends with one line naming every
+# skipped test and why (skipped-tests.py), over the trees it ran and the native
+# tree's last run; on a host without 32-bit support that line also counts the
+# 32-bit tree's tests, which did not run. A ctest run in which no test ran
+# fails. The exit code tells whether everything that ran passed.
 # Usage: run-tests.sh BUILD_DIR [ctest arguments...]
 #
 # Each tree gets one persistent wineserver for its prefix, so that each test
@@ -63,10 +65,23 @@ small_fs() {  # VAR DIR OPTIONS
   fi
 }
 
+# Runs TREE's tests; its results go to TREE/ctest-results.xml.
+run_ctest() {  # TREE [ctest arguments...]
+  (cd "$1" && shift && ctest --output-on-failure --no-tests=error -j "$(nproc)" \
+    --output-junit ctest-results.xml "$@")
+}
+
+# A small file system for the disk-full tests, and a read-only one for the
+# unwritable-temporary-folder test (as root, Wine's file permissions would not
+# stop a write). Without them those tests are skipped.
+small_fs ORVIK_TINY_FS "$build/tinyfs" size=1m
+small_fs ORVIK_READONLY_FS "$build/readonlyfs" size=64k,ro
+
 status=0
+rm -f "$build/ctest-results.xml" "$build/x64/ctest-results.xml"
 if ! reason=$(bash "$here/host-runs-32bit.sh"); then
   start_wine "$build/x64"
-  (cd "$build/x64" && ctest --output-on-failure -j "$(nproc)" "$@") || status=1
+  run_ctest "$build/x64" "$@" || status=1
   stop_wine
   bash "$build/host-tests.sh" || status=1
   # The 32-bit test programs cannot even list their cases here: count the
@@ -74,17 +89,13 @@ if ! reason=$(bash "$here/host-runs-32bit.sh"); then
   cases=$(cat "$here"/../../tests/{shared,preinstall,tools}/*.cpp "$here"/../../tests/shared/*/*.cpp |
     grep -cE '^(TEST|TEST_F|TEST_P)\(' || true)
   scripted=$(grep -c . "$build/wine-scripted-tests.txt" || true)
-  echo "Not run: $cases Wine test cases of the 32-bit test programs and $scripted scripted" \
-    "Wine tests, because this host cannot run 32-bit programs ($reason)."
+  notrun="$cases Wine test cases of the 32-bit test programs and $scripted scripted Wine tests"
+  python3 "$here/skipped-tests.py" \
+    --also "$notrun (this host cannot run 32-bit programs: $reason)" "$build/native" "$build/x64"
   exit "$status"
 fi
 
-# A small file system for the disk-full tests, and a read-only one for the
-# unwritable-temporary-folder test (as root, Wine's file permissions would not
-# stop a write).
-small_fs ORVIK_TINY_FS "$build/tinyfs" size=1m
-small_fs ORVIK_READONLY_FS "$build/readonlyfs" size=64k,ro
-
 start_wine "$build"
-(cd "$build" && ctest --output-on-failure -j "$(nproc)" "$@") || status=1
+run_ctest "$build" "$@" || status=1
+python3 "$here/skipped-tests.py" "$build/native" "$build"
 exit "$status"
