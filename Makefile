@@ -13,6 +13,9 @@ TOOLCHAIN_X64 := cmake/toolchain-x86_64-w64-mingw32.cmake
 TOOLS_DIR := $(BUILD_DIR)/x64
 # The native (Linux, clang) build of the portable code: sanitizers and fuzzing.
 NATIVE_DIR := $(BUILD_DIR)/native
+# The build-time tools built for Linux (the packing tool, tools/native), put
+# beside the Windows programs in $(BUILD_DIR)/bin.
+NATIVE_TOOLS_DIR := $(BUILD_DIR)/native-tools
 FUZZ_SECONDS ?= 60
 FUZZ_TARGETS ?=
 
@@ -42,9 +45,13 @@ configure: deps
 	  -DORVIK_TOOLS_ONLY=ON \
 	  -DORVIK_RUNTIME_OUTPUT_DIRECTORY="$(abspath $(BUILD_DIR))/bin" \
 	  -DORVIK_DEPS_PREFIX="$$(cat $(BUILD_DIR)/deps-prefix-x86_64.txt)"
+	cmake -S tools/native -B $(NATIVE_TOOLS_DIR) -G Ninja \
+	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+	  -DORVIK_RUNTIME_OUTPUT_DIRECTORY="$(abspath $(BUILD_DIR))/bin"
 
 build: configure
 	cmake --build $(TOOLS_DIR)
+	cmake --build $(NATIVE_TOOLS_DIR)
 	cmake --build $(BUILD_DIR)
 
 test: build native-test
@@ -55,14 +62,16 @@ test-size:
 	@bash tools/test/test-size.sh
 
 # The portable code's unit tests built natively under AddressSanitizer and
-# UndefinedBehaviorSanitizer, with the libFuzzer targets beside them.
+# UndefinedBehaviorSanitizer, with the libFuzzer targets beside them, each of
+# which replays its seed corpus once among the tests.
 native-configure: setup
 	cmake -S tests/native -B $(NATIVE_DIR) -G Ninja \
 	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DORVIK_FUZZ=ON
 
 native-test: native-configure
 	cmake --build $(NATIVE_DIR)
-	cd $(NATIVE_DIR) && ctest -j2 --output-on-failure
+	cd $(NATIVE_DIR) && ctest -j2 --output-on-failure --no-tests=error \
+	  --output-junit ctest-results.xml
 
 # Runs every fuzz target (or those in FUZZ_TARGETS) for FUZZ_SECONDS seconds
 # from its seed corpus.
@@ -83,6 +92,7 @@ BENCH_NATIVE_DIR := $(BUILD_DIR)/bench-native
 BENCH_ARGS ?=
 bench: configure
 	cmake --build $(TOOLS_DIR)
+	cmake --build $(NATIVE_TOOLS_DIR)
 	cmake --build $(BUILD_DIR) --target orvik_bootstrapper bench_programs
 	cmake -S tests/native -B $(BENCH_NATIVE_DIR) -G Ninja \
 	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=MinSizeRel \

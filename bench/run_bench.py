@@ -7,6 +7,7 @@ Usage: run_bench.py BUILD_DIR [--out DIR] [--sizes MB,...] [--repeat N] [--parts
 """
 import argparse
 import atexit
+import filecmp
 import json
 import os
 import platform
@@ -93,22 +94,24 @@ class Bench:
                                 env=self.wine.env, capture_output=True, check=True)
         return answer.stdout.decode("utf-8", "replace").strip().rstrip("/")
 
-    def pack(self, installer, payload_dir=None, payload_file=None, threads=None):
-        arguments = [os.path.join(self.bin, "orvikpkg-pack.exe"), "--template",
-                     measure.wine_path(os.path.join(self.bin, "preinstall.exe")),
-                     "--output", measure.wine_path(installer)]
+    def pack(self, installer, payload_dir=None, payload_file=None, threads=None, linux=False):
+        """Packs with the Windows tool under Wine, or with `linux` the Linux tool."""
+        path = (lambda unix: unix) if linux else measure.wine_path
+        arguments = [os.path.join(self.bin, "orvikpkg-pack" if linux else "orvikpkg-pack.exe"),
+                     "--template", path(os.path.join(self.bin, "preinstall.exe")),
+                     "--output", path(installer)]
         if payload_dir:
-            arguments += ["--payload-dir", measure.wine_path(payload_dir)]
+            arguments += ["--payload-dir", path(payload_dir)]
         if payload_file:
-            arguments += ["--payload", measure.wine_path(payload_file)]
+            arguments += ["--payload", path(payload_file)]
         if threads:
             arguments += ["--threads", str(threads)]
         os.makedirs(os.path.dirname(installer), exist_ok=True)
         if os.path.exists(installer):
             os.remove(installer)
         started = time.monotonic()
-        result = subprocess.run(["wine"] + arguments, env=self.wine.env, capture_output=True,
-                                timeout=1800)
+        result = subprocess.run(arguments if linux else ["wine"] + arguments, env=self.wine.env,
+                                capture_output=True, timeout=1800)
         message = (result.stdout + result.stderr).decode("utf-8", "replace").replace("\r", "")
         return result.returncode, time.monotonic() - started, message.strip()
 
@@ -125,21 +128,27 @@ class Bench:
     # -- packing -----------------------------------------------------------
 
     def packing(self, label, folder, work, files, repeats):
-        """Packs `folder` with the default threads and with --threads 1, interleaved; returns the
-        installer packed with the default."""
+        """Packs `folder` with the default threads, with --threads 1 and with the Linux tool on
+        as many threads as the default, interleaved; returns the installer packed with the
+        default."""
         installer = os.path.join(work, "installer", "OrvikSetup.exe")
         single = os.path.join(work, "installer-1", "OrvikSetup.exe")
-        default_s, single_s = [], []
+        linux = os.path.join(work, "installer-linux", "OrvikSetup.exe")
+        default_s, single_s, linux_s = [], [], []
         for _ in range(repeats):
-            for path, threads, times in ((installer, None, default_s), (single, 1, single_s)):
+            for path, threads, times in ((installer, None, default_s), (single, 1, single_s),
+                                         (linux, os.cpu_count(), linux_s)):
                 os.sync()
-                code, seconds, message = self.pack(path, payload_dir=folder, threads=threads)
+                code, seconds, message = self.pack(path, payload_dir=folder, threads=threads,
+                                                   linux=path == linux)
                 if code != 0:
                     raise SystemExit("packing %s failed: %s" % (label, message))
                 times.append(seconds)
         archive = pe_resource.read_rcdata(installer, PAYLOAD_RESOURCE)
         single_bytes = len(pe_resource.read_rcdata(single, PAYLOAD_RESOURCE))
+        same = filecmp.cmp(installer, linux, shallow=False)
         shutil.rmtree(os.path.dirname(single))
+        shutil.rmtree(os.path.dirname(linux))
         reference = one_stream_gzip_size(archive)
         self.row("Packing %s (%d files), s, default threads (%d)" % (label, files, os.cpu_count()),
                  text_of(default_s, "s", digits=2), "--threads 1", text_of(single_s, "s", digits=2),
@@ -148,22 +157,41 @@ class Bench:
                  "%d" % single_bytes, "same" if single_bytes == len(archive) else "DIFFERENT")
         self.row("", "", "one gzip stream, level 6 (the former packing)", "%d" % reference,
                  "%+.3f %%" % (100.0 * (len(archive) - reference) / reference))
+        self.row("Packing %s, s, Linux tool, %d threads" % (label, os.cpu_count()),
+                 text_of(linux_s, "s", digits=2), "the Windows tool under Wine, same threads",
+                 text_of(default_s, "s", digits=2),
+                 "%.2fx faster" % (statistics.median(default_s) / statistics.median(linux_s)))
+        self.row("", "", "its installer against the Windows tool's", "",
+                 "same bytes" if same else "DIFFERENT")
         self.raw["packing-%s" % label] = {
-            "default_threads_s": default_s, "one_thread_s": single_s,
+            "default_threads_s": default_s, "one_thread_s": single_s, "linux_tool_s": linux_s,
+            "linux_tool_same_bytes": same,
             "archive_bytes": len(archive), "one_thread_archive_bytes": single_bytes,
             "one_stream_gzip_bytes": reference}
         return installer
 
     # -- extraction and memory ---------------------------------------------
 
-    def extraction(self, megabytes):
+    def payload(self, megabytes):
+        """Makes the payload folder of `megabytes`: its label, work folder, folder, files,
+        bytes and repetitions."""
         label = "%d MB" % megabytes if megabytes < 1000 else "%g GB" % (megabytes / 1000)
-        print("Extraction, %s payload" % label, flush=True)
         work = os.path.join(self.out, "payload-%dMB" % megabytes)
         folder = os.path.join(work, "payload")
         files, payload_bytes = make_payload.make_payload_folder(
             folder, megabytes * MB, self.stamp_exe)
         repeats = self.repeats if megabytes < 1000 else max(3, self.repeats - 2)
+        return label, work, folder, files, payload_bytes, repeats
+
+    def packing_alone(self, megabytes):
+        label, work, folder, files, _, repeats = self.payload(megabytes)
+        print("Packing, %s payload" % label, flush=True)
+        self.packing(label, folder, work, files, repeats)
+        shutil.rmtree(work)
+
+    def extraction(self, megabytes):
+        label, work, folder, files, payload_bytes, repeats = self.payload(megabytes)
+        print("Extraction, %s payload" % label, flush=True)
         installer = self.packing(label, folder, work, files, repeats)
         archive = os.path.join(work, "payload.tar.gz")
         with open(archive, "wb") as out:
@@ -406,7 +434,8 @@ def main():
     parser.add_argument("--sizes", default="10,100,1000", help="payload sizes in MB")
     parser.add_argument("--repeat", type=int, default=5)
     parser.add_argument("--parts", default="startup,extraction,ceiling,size,instructions",
-                        help="which measurements to take")
+                        help="which measurements to take (packing: only the packing rows of "
+                        "extraction)")
     args = parser.parse_args()
     parts = args.parts.split(",")
     bench = Bench(args.build, args.out or os.path.join(args.build, "bench"), args.repeat)
@@ -421,6 +450,9 @@ def main():
     if "extraction" in parts:
         for megabytes in [int(size) for size in args.sizes.split(",")]:
             archives[megabytes] = bench.extraction(megabytes)
+    elif "packing" in parts:
+        for megabytes in [int(size) for size in args.sizes.split(",")]:
+            bench.packing_alone(megabytes)
     if "ceiling" in parts:
         bench.ceiling()
     if "size" in parts:

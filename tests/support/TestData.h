@@ -27,4 +27,15 @@ inline std::wstring WinePath(const std::string& unixPath) {
     std::replace(path.begin(), path.end(), L'/', L'\\');
     return path;
 }
+#ifdef ORVIK_TEST_BIN_DIR
+// The file `name` in the build's folder of Windows programs, as this host names it.
+inline std::wstring BinFile(const std::wstring& name) {
+    const std::string folder = ORVIK_TEST_BIN_DIR;
+#ifdef _WIN32
+    return WinePath(folder) + L"\\" + name;
+#else
+    return std::wstring(folder.begin(), folder.end()) + L"/" + name;
+#endif
+}
+#endif
 }  // namespace orvik::testing

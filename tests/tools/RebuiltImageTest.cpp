@@ -5,18 +5,18 @@
 #include <algorithm>
 
 #include "ImageBytes.h"
-#include "support/ChildProcess.h"
+#include "support/ScratchDirectory.h"
 #include "support/TestData.h"
 
 namespace orvik::tools::pack {
 namespace {
 
 // The probe stands in for the template (PE32 in one tree, PE32+ in the other): it rebuilds, and
-// each layout that would come out broken is refused with its reason, so the tool falls back to
-// the system's update functions.
+// each layout that would come out broken is refused with its reason, so the Windows tool falls
+// back to the system's update functions and the Linux tool refuses the template.
 TEST(RebuiltImageTest, ImagesItCannotRebuildSayWhy) {
-    const std::string probe = orvik::testing::ReadBytes(orvik::testing::BinDirectory() + L"\\" +
-                                                        ORVIK_PAYLOAD_PROBE_NAME);
+    const std::string probe =
+        orvik::testing::ReadBytes(orvik::testing::BinFile(ORVIK_PAYLOAD_PROBE_NAME));
     const std::size_t optional = Get32(probe, 0x3c) + 24;
     const std::size_t directories =
         optional + (probe[optional] == 0x0b && probe[optional + 1] == 1 ? 96 : 112);
@@ -101,8 +101,7 @@ struct Pe {
 // keeps every other section's bytes, every data directory's contents and its symbols, and its
 // size in memory covers its sections.
 TEST(RebuiltImageTest, EverythingButTheResourcesComesOutAsItWent) {
-    const Pe probe(orvik::testing::ReadBytes(orvik::testing::BinDirectory() + L"\\" +
-                                             ORVIK_PAYLOAD_PROBE_NAME));
+    const Pe probe(orvik::testing::ReadBytes(orvik::testing::BinFile(ORVIK_PAYLOAD_PROBE_NAME)));
     const std::string big = orvik::testing::RandomBytes(5 << 20, 3);
     const std::string x = "x", y = "y", z = "z";
     for (const auto& added : {std::vector<AddedResource>{{u"A", Span(x)}},

@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "ImageBytes.h"
-#include "support/ChildProcess.h"
+#include "support/ScratchDirectory.h"
+#include "support/TestData.h"
 
 namespace orvik::tools::pack {
 namespace {
@@ -12,8 +13,8 @@ namespace {
 // ResourceWriterTest); each patch makes it what its refusal says. Both trees read both probes:
 // each tree builds one, and both are built before the tests run.
 TEST(TemplateCheckTest, OnlyA32BitGuiProgramWithTheMarkPasses) {
-    const std::wstring bin = orvik::testing::BinDirectory() + L"\\";
-    const std::string probe = orvik::testing::ReadBytes(bin + L"payload_probe.exe");
+    using orvik::testing::BinFile, orvik::testing::ReadBytes;
+    const std::string probe = ReadBytes(BinFile(L"payload_probe.exe"));
     const std::size_t fileHeader = Get32(probe, 0x3c) + 4, optional = fileHeader + 20;
     const auto patched = [&](std::size_t at, char byte) {
         std::string image = probe;
@@ -32,7 +33,7 @@ TEST(TemplateCheckTest, OnlyA32BitGuiProgramWithTheMarkPasses) {
     } rows[] = {
         {probe, L"", false},
         {Signed(probe), L"", true},
-        {orvik::testing::ReadBytes(bin + L"payload_probe64.exe"), L"a 64-bit program", false},
+        {ReadBytes(BinFile(L"payload_probe64.exe")), L"a 64-bit program", false},
         {patched(fileHeader, '\x64'), L"a 64-bit program", false},  // machine 0x8664: x64
         {patched(optional + 1, 2), L"a 64-bit program", false},     // magic 0x20b: PE32+
         {patched(optional + 68, 3), other, false},                  // the console subsystem

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds a sample product installer with the packing tool and runs it twice
+# Builds a sample product installer with the packing tool built for Linux (and
+# shows that the Windows tool packs the same bytes) and runs it twice
 # under Wine in a fresh prefix: the first run finds no package manager and
 # installs it together with the product; the second finds it current,
 # updates it and then launches it for the suite.
@@ -29,9 +30,16 @@ cp "$root/samples/suite.dat" "$demo/payload/suite.dat"
 # The install mode is chosen from the "bin" folder beside the installer.
 cp "$root/samples/suite.dat" "$demo/installer/bin/suite.dat"
 installer=$demo/installer/OrvikSuiteSetup.exe
-echo "== Packing $installer"
+echo "== Packing $installer with the Linux tool"
+"$build/bin/orvikpkg-pack" --template "$build/bin/preinstall.exe" \
+  --output "$installer" --payload-dir "$demo/payload"
+# The Windows tool, under Wine, packs the same bytes.
+windows=$demo/installer/windows-tool.exe
 wine "$build/bin/orvikpkg-pack.exe" --template "$build/bin/preinstall.exe" \
-  --output "$installer" --payload-dir "$demo/payload" | tr -d '\r'
+  --output "$windows" --payload-dir "$demo/payload" >/dev/null
+echo "SHA-256, Linux tool:   $(sha256sum <"$installer" | cut -c1-64)"
+echo "SHA-256, Windows tool: $(sha256sum <"$windows" | cut -c1-64)"
+rm "$windows"
 
 export ORVIK_DEMO_REPORT=$demo/report.txt
 logs="$WINEPREFIX/drive_c/users/${USER:-$(id -un)}/AppData/Local/Calvenna/Orvik Package Manager/Logs"

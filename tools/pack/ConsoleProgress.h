@@ -22,8 +22,12 @@ public:
 
 private:
     void Show();
+    // Whether standard error is a console (a terminal).
+    static bool StandardErrorIsConsole();
+    // Writes `text` to the console that standard error is.
+    static void WriteToConsole(const std::wstring& text);
 
-    void* console_ = nullptr;  // standard error's handle when it is a console
+    bool console_ = false;
     std::chrono::steady_clock::time_point start_, shown_;
     PackProgress last_;
     bool begun_ = false;

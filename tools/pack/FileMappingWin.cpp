@@ -23,7 +23,7 @@ FileMapping::~FileMapping() = default;
 
 bool FileMapping::Open(const std::wstring& path, std::wstring& error) {
     const auto failed = [&](const wchar_t* what) {
-        error = what + path + L": " + WindowsErrorText(::GetLastError());
+        error = what + path + L": " + SystemErrorText(::GetLastError());
         return false;
     };
     handles_->file.reset(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,

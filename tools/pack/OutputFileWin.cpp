@@ -1,7 +1,5 @@
 #include <windows.h>
 
-#include <algorithm>
-
 #include "ErrorText.h"
 #include "OutputFile.h"
 #include "shared/utils/WinResources.h"
@@ -18,34 +16,25 @@ OutputFile::~OutputFile() = default;
 
 bool OutputFile::Create(const std::wstring& path, std::wstring& error) {
     handle_->file.reset(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+                                      FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (!handle_->file) {
-        error = L"cannot create " + path + L": " + WindowsErrorText(::GetLastError());
+        error = L"cannot create " + path + L": " + SystemErrorText(::GetLastError());
         return false;
     }
     path_ = path;
     return true;
 }
 
-bool OutputFile::Write(const void* data, std::size_t size, std::wstring& error) {
-    const auto* bytes = static_cast<const unsigned char*>(data);
-    while (size > 0) {
-        // A write that runs out of room may first write part of what it was given.
-        const DWORD part = static_cast<DWORD>(std::min<std::size_t>(size, std::size_t{1} << 30));
-        DWORD written = 0;
-        ::SetLastError(0);
-        if (!::WriteFile(handle_->file.get(), bytes, part, &written, nullptr) || written == 0) {
-            const DWORD code = ::GetLastError();
-            error = L"cannot write " + path_ + L": " + WindowsErrorText(code);
-            if (MayBeDiskFull(code)) {
-                error += std::wstring(L": ") + kFreeSpaceAdvice;
-            }
-            return false;
-        }
-        bytes += written;
-        size -= written;
+std::size_t OutputFile::WritePart(const unsigned char* data, std::size_t size,
+                                  unsigned long& code) {
+    DWORD written = 0;
+    ::SetLastError(0);
+    if (!::WriteFile(handle_->file.get(), data, static_cast<DWORD>(size), &written, nullptr) ||
+        written == 0) {
+        code = ::GetLastError();
+        return 0;
     }
-    return true;
+    return written;
 }
 
 }  // namespace orvik::tools::pack

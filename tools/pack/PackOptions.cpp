@@ -18,12 +18,12 @@ unsigned ThreadCount(const std::wstring& text) {
 
 }  // namespace
 
-std::wstring UsageText() {
-    return L"usage: orvikpkg-pack.exe --template TEMPLATE.exe --output OUT.exe\n"
-           L"                         [--payload-dir DIR | --payload FILE]\n"
-           L"                         [--online-install FILE.xml] [--force] [--threads N]\n"
-           L"       orvikpkg-pack.exe --version [--template TEMPLATE.exe]\n"
-           L"       orvikpkg-pack.exe --help\n"
+std::wstring UsageText(const std::wstring& program) {
+    const std::wstring indent(program.size(), L' ');
+    return L"usage: " + program + L" --template TEMPLATE.exe --output OUT.exe\n" + L"       " +
+           indent + L" [--payload-dir DIR | --payload FILE]\n" + L"       " + indent +
+           L" [--online-install FILE.xml] [--force] [--threads N]\n" + L"       " + program +
+           L" --version [--template TEMPLATE.exe]\n" + L"       " + program + L" --help\n" +
            L"Copies TEMPLATE.exe (the bootstrapper template, or an installer packed from\n"
            L"it) to OUT.exe with the payload (a folder archived as a gzip-compressed tar,\n"
            L"or a ready archive) and the online-install description as its resources\n"
@@ -32,9 +32,10 @@ std::wstring UsageText() {
            L"as it is named and inside the extraction folder; the description must load.\n"
            L"--force embeds what fails these checks anyway, with the reasons printed.\n"
            L"A folder is compressed by N threads (default: one per processor), which\n"
-           L"gives the same bytes for any N. A signature of the template is dropped:\n"
-           L"sign OUT.exe after packing. Exit codes: 0 written, 1 refused or failed\n"
-           L"(nothing written), 2 wrong command line.\n";
+           L"gives the same bytes for any N, and the same on Windows as on Linux.\n"
+           L"A signature of the template is dropped: sign OUT.exe after packing.\n"
+           L"Exit codes: 0 written, 1 refused or failed (nothing written), 2 wrong\n"
+           L"command line.\n";
 }
 
 std::optional<PackOptions> ParsePackOptions(const std::vector<std::wstring>& arguments,

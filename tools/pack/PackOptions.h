@@ -18,8 +18,8 @@ struct PackOptions {
     bool version = false;  // --version: print the tool's version and the template's
 };
 
-// The usage text, ending with a line feed.
-std::wstring UsageText();
+// The usage text of the program named `program`, ending with a line feed.
+std::wstring UsageText(const std::wstring& program);
 
 // Parses the arguments after the program's name. On a wrong command line
 // returns nothing and sets `error` to what is wrong. With --help or -h

@@ -18,6 +18,7 @@
 #include "OutputFile.h"
 #include "ParallelGzipWriter.h"
 #include "ResolvedPath.h"
+#include "shared/EntryNameRules.h"
 #include "shared/TextConversion.h"
 #include "shared/utils/UniqueFile.h"
 
@@ -59,6 +60,26 @@ std::wstring CannotRead(const fs::path& path, const boost::system::error_code& c
                  : std::wstring(L"it is gone, or a link to nothing"));
 }
 
+// `relative` as text, '/'-separated. False with `error` naming it when a Linux name cannot be
+// stored as it is: it is not UTF-8 (shown with its odd bytes as "\xNN"), or it holds a
+// backslash, which Windows reads as a folder separator.
+bool NameOf(const fs::path& relative, std::wstring& name, std::wstring& error) {
+    try {
+        name = relative.generic_wstring();
+    } catch (const std::exception&) {
+        error = orvik::pkgshared::EntryNameRules::EscapedName(relative.generic_string()) +
+                L": a name that is not valid UTF-8; rename it";
+        return false;
+    }
+    if (name.find(L'\\') != std::wstring::npos) {
+        error = name +
+                L": a name with a backslash, which Windows reads as a folder separator; "
+                L"rename it";
+        return false;
+    }
+    return true;
+}
+
 // Passes the tar stream on to the compressor.
 la_ssize_t WriteToCompressor(archive* a, void* writer, const void* data, size_t size) {
     if (!static_cast<ParallelGzipWriter*>(writer)->Write(data, size)) {
@@ -94,7 +115,20 @@ bool CopyFileData(archive* a, const fs::path& file, const std::wstring& archiveF
     return true;
 }
 
+// Where `c` sorts in UTF-16 code unit order: a code point beyond U+FFFF is written as
+// surrogates (U+D800 to U+DFFF), so it sorts after U+D7FF and before U+E000.
+std::uint32_t Utf16Rank(wchar_t c) {
+    const auto code = static_cast<std::uint32_t>(c);
+    return code >= 0xE000 && code <= 0xFFFF ? code + 0x110000 : code;
+}
+
 }  // namespace
+
+bool FolderItem::operator<(const FolderItem& other) const {
+    return std::lexicographical_compare(
+        relative.begin(), relative.end(), other.relative.begin(), other.relative.end(),
+        [](wchar_t a, wchar_t b) { return Utf16Rank(a) < Utf16Rank(b); });
+}
 
 bool ListFolder(const std::wstring& directory, FolderListing& listing, std::wstring& error) {
     const fs::path root(directory);
@@ -111,14 +145,22 @@ bool ListFolder(const std::wstring& directory, FolderListing& listing, std::wstr
         end;
     for (; !code && it != end; it.increment(code)) {
         const fs::path relative = it->path().lexically_relative(root);
+        std::wstring name;
+        if (!NameOf(relative, name, error)) {
+            return false;
+        }
         const std::wstring& parent = folders[relative.parent_path().generic_wstring()];
         const auto resolved = ResolvedPath(it->path().wstring());
-        const bool directory = fs::is_directory(it->status(code));
+        const fs::file_status status = it->status(code);
+        const bool directory = fs::is_directory(status);
         if (!resolved || code) {
             error = CannotRead(it->path(), code);
             return false;
         }
-        const std::wstring name = relative.generic_wstring();
+        if (!directory && !fs::is_regular_file(status)) {
+            error = name + L": neither a file nor a folder (a pipe, a socket or a device)";
+            return false;
+        }
         if (*resolved != (fs::path(parent) / relative.filename()).wstring()) {
             if (directory && IsWithin(parent, *resolved)) {
                 error = name + L": a link to " + *resolved +

@@ -13,7 +13,9 @@ struct FolderItem {
     std::wstring relative;  // '/'-separated
     bool directory = false;
     std::uint64_t size = 0;
-    bool operator<(const FolderItem& other) const { return relative < other.relative; }
+    // By `relative` in UTF-16 code unit order on every platform (wchar_t is UTF-32 on Linux),
+    // so that every build archives a folder in the same order.
+    bool operator<(const FolderItem& other) const;
 };
 
 struct FolderListing {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "PeHeaders.h"
+
 namespace orvik::tools::pack {
 namespace {
 
@@ -128,6 +130,17 @@ std::optional<ResourceTree> ResourceTree::Read(const unsigned char* root, std::u
 void ResourceTree::Set(std::uint16_t type, const std::u16string& name, std::uint16_t language,
                        const Leaf& leaf) {
     types_[Key{{}, type}][Key{name, 0}][language] = leaf;
+}
+
+std::optional<ResourceTree> ResourceTree::OfImage(ByteSpan image, const PeHeaders& headers) {
+    const ByteSpan root =
+        headers.FromAddress(image, headers.DirectoryRva(PeHeaders::kResourceDirectory));
+    if (root.size == 0) {
+        return std::nullopt;
+    }
+    return Read(
+        root.data, static_cast<std::uint32_t>(std::min<std::uint64_t>(root.size, 0xffffffffu)),
+        [&](std::uint32_t rva, std::uint32_t size) { return headers.At(image, rva, size); });
 }
 
 const ResourceTree::Leaf* ResourceTree::Find(std::uint16_t type, const std::u16string& name) const {

@@ -9,7 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "ByteSpan.h"
+
 namespace orvik::tools::pack {
+
+struct PeHeaders;
 
 class ResourceTree {
 public:
@@ -36,6 +40,9 @@ public:
     // of three levels.
     static std::optional<ResourceTree> Read(const unsigned char* root, std::uint32_t size,
                                             const AddressReader& read);
+    // The tree of the resource directory of `image`, whose headers are `headers`; nullopt when
+    // it has none or it is not well formed. Its leaves point into `image`.
+    static std::optional<ResourceTree> OfImage(ByteSpan image, const PeHeaders& headers);
 
     // Adds or replaces the leaf of type `type`, name `name` (upper case) and language `language`.
     void Set(std::uint16_t type, const std::u16string& name, std::uint16_t language,

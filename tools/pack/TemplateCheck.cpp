@@ -1,7 +1,5 @@
 #include "TemplateCheck.h"
 
-#include <algorithm>
-
 #include "PeHeaders.h"
 #include "ResourceTree.h"
 
@@ -14,13 +12,7 @@ constexpr char16_t kMark[] = u"ORVIKPKG_TEMPLATE";
 
 // The mark's bytes as characters without trailing NULs; empty when the image has none.
 std::wstring MarkText(ByteSpan image, const PeHeaders& h) {
-    const ByteSpan root = h.FromAddress(image, h.DirectoryRva(PeHeaders::kResourceDirectory));
-    if (root.size == 0) {
-        return {};
-    }
-    const auto tree = ResourceTree::Read(
-        root.data, static_cast<std::uint32_t>(std::min<std::uint64_t>(root.size, 0xffffffffu)),
-        [&](std::uint32_t rva, std::uint32_t size) { return h.At(image, rva, size); });
+    const auto tree = ResourceTree::OfImage(image, h);
     const ResourceTree::Leaf* mark = tree ? tree->Find(kRcData, kMark) : nullptr;
     if (mark == nullptr) {
         return {};

@@ -14,7 +14,8 @@ packages=(
   g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix mingw-w64-tools
   libz-mingw-w64-dev cmake ninja-build googletest dpkg-dev patch python3
   wine wine64 wine32:i386 xvfb xauth xdotool
-  # The native build of the portable code, its sanitizers and fuzzers.
+  # The native build: the packing tool for Linux, the portable code under its
+  # sanitizers, and the fuzzers.
   clang libclang-rt-14-dev libgtest-dev libgmock-dev libarchive-dev libpugixml-dev zlib1g-dev
   libboost1.81-dev libboost-filesystem1.81-dev libboost-system1.81-dev
   libboost-date-time1.81-dev

@@ -1,9 +1,4 @@
-// orvikpkg-pack.exe: builds an installer from the bootstrapper template by
-// adding the payload and the online-install description as resources.
-//
-// Exit codes: 0 written (or usage and version printed); 1 refused or failed
-// (nothing written); 2 wrong command line.
-#include <windows.h>
+#include "PackTool.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -32,10 +27,10 @@
 #include "shared/TextConversion.h"
 #include "shared/utils/FileBytes.h"
 
+namespace orvik::tools::pack {
 namespace {
 
 namespace fs = boost::filesystem;
-using namespace orvik::tools::pack;
 using orvik::pkgshared::Exception;
 
 constexpr int kWritten = 0;
@@ -237,8 +232,9 @@ int Pack(const PackOptions& options) {
     struct RemoveArchived {
         std::wstring& path;
         ~RemoveArchived() {
+            boost::system::error_code ignored;
             if (!path.empty()) {
-                ::DeleteFileW(path.c_str());
+                fs::remove(path, ignored);
             }
         }
     } removeArchived{archived};
@@ -299,17 +295,16 @@ int PrintVersion(const PackOptions& options) {
 
 }  // namespace
 
-int wmain(int argc, wchar_t** argv) {
-    const std::vector<std::wstring> arguments(argv + 1, argv + argc);
+int RunPackTool(const std::vector<std::wstring>& arguments, const std::wstring& program) {
     std::wstring error;
     const auto options = ParsePackOptions(arguments, error);
     if (!options) {
-        Print(stderr, L"orvikpkg-pack: " + error + L"\n" + UsageText());
+        Print(stderr, L"orvikpkg-pack: " + error + L"\n" + UsageText(program));
         return kUsage;
     }
     try {
         if (options->help) {
-            Print(stdout, UsageText());
+            Print(stdout, UsageText(program));
             return kWritten;
         }
         return options->version ? PrintVersion(*options) : Pack(*options);
@@ -320,3 +315,5 @@ int wmain(int argc, wchar_t** argv) {
     }
     return kFailed;
 }
+
+}  // namespace orvik::tools::pack
