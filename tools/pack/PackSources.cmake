@@ -6,6 +6,7 @@ set(ORVIK_PACK_PORTABLE_SOURCES
   ConsoleProgress.cpp
   EntryPathCheck.cpp
   ErrorText.cpp
+  InputChecks.cpp
   OutputFile.cpp
   PackOptions.cpp
   PackProgress.cpp
@@ -19,7 +20,8 @@ set(ORVIK_PACK_PORTABLE_SOURCES
   RebuiltImage.cpp
   ResourceTree.cpp
   ResourceWriter.cpp
-  TemplateCheck.cpp)
+  TemplateCheck.cpp
+  ToolMessages.cpp)
 set(ORVIK_PACK_HOST_SOURCES
   ConsoleProgress
   ErrorText
