@@ -1,15 +1,14 @@
 // Stands in for "Install.exe" and the manager: appends "<name>|<current directory>|<command line>"
 // to the file ORVIK_RECORD_FILE, then exits with the next code taken off the comma-separated list
 // in ORVIK_RECORD_FILE.codes (0 when none is left; "crash": dies of an access violation; "list":
-// exits with 0 after writing "<relative path>|<size>" of every file below its current directory,
-// sorted, to ORVIK_RECORD_FILE.tree, reading through "\\?\" paths so device names are files).
+// exits with 0 after writing "<relative path>|<size>" of every file below its current directory
+// to ORVIK_RECORD_FILE.tree, reading through "\\?\" paths so device names are files).
 // "child_recorder.exe --launch PROGRAM [ARGUMENTS...]" starts PROGRAM detached (so that it can
 // attach to this console), waits for it and prints "exit code: <code>".
 #include <windows.h>
 
 #include <cstdio>
 #include <cwchar>
-#include <set>
 #include <string>
 
 #include <boost/filesystem/operations.hpp>
@@ -21,20 +20,17 @@ namespace {
 void ListTree(const std::wstring& directory, const std::wstring& listing) {
     namespace fs = boost::filesystem;
     const fs::path root(L"\\\\?\\" + directory);
-    std::set<std::string> lines;
-    for (fs::recursive_directory_iterator it(root), end; it != end; ++it) {
+    std::FILE* out = _wfopen(listing.c_str(), L"wb");
+    for (fs::recursive_directory_iterator it(root), end; out != nullptr && it != end; ++it) {
         if (fs::is_regular_file(it->status())) {
-            lines.insert(orvik::pkgshared::WideToUtf8(
-                             it->path().lexically_relative(root).generic_wstring()) +
-                         "|" + std::to_string(fs::file_size(it->path())));
+            std::fprintf(
+                out, "%s|%llu\n",
+                orvik::pkgshared::WideToUtf8(it->path().lexically_relative(root).generic_wstring())
+                    .c_str(),
+                static_cast<unsigned long long>(fs::file_size(it->path())));
         }
     }
-    std::string text;
-    for (const std::string& line : lines) {
-        text += line + "\n";
-    }
-    if (std::FILE* out = _wfopen(listing.c_str(), L"wb")) {
-        std::fwrite(text.data(), 1, text.size(), out);
+    if (out != nullptr) {
         std::fclose(out);
     }
 }

@@ -65,13 +65,33 @@ TEST_F(PreInstallPlatformWinTest, CommandLineArgumentsFollowTheProgramName) {
     EXPECT_NE(std::string::npos, child.output.find("[  PASSED  ] 1 test")) << child.output;
 }
 
-// A missing file and a file that is no program are both refused before the shell is asked.
+// A missing file and a file that is no program are refused before the shell is asked; a start the
+// shell refuses is the launch error too, but for ERROR_CANCELLED (a declined elevation, which
+// Wine never asks for): the user's cancellation, which the run ends with silently.
 TEST_F(PreInstallPlatformWinTest, WaitForProcessRefusesWhatItCannotLaunch) {
-    const std::wstring text = (scratch_ / L"text.exe").wstring(), missing = L"C:\\no\\x.exe";
+    struct Refusing : PreInstallPlatformWin {
+        using PreInstallPlatformWin::PreInstallPlatformWin;
+        bool StartProcess(SHELLEXECUTEINFOW&) override { return ::SetLastError(error), false; }
+        DWORD error = 0;
+    } refusing(session_, nullptr, nullptr);
+    const std::wstring text = (scratch_ / L"text.exe").wstring(), missing = L"C:\\no\\x.exe",
+                       program = orvik::testing::BinDirectory() + L"\\child_recorder.exe";
     orvik::testing::WriteBytes(text, "not a program");
-    for (const std::wstring& file : {missing, text}) {
-        orvik::testing::ExpectThrows([&] { platform_.WaitForProcess(file, L"", L"C:\\"); },
-                                     {-126304, {file}, L"source\\preinstall\\Main"});
+    const struct {
+        PreInstallPlatformWin& platform;
+        std::wstring file;
+        DWORD refusal;
+        std::int32_t code;
+    } rows[] = {{platform_, missing, 0, -126304},
+                {platform_, text, 0, -126304},
+                {refusing, program, ERROR_ACCESS_DENIED, -126304},
+                {refusing, program, ERROR_CANCELLED, -125029}};
+    for (const auto& row : rows) {
+        refusing.error = row.refusal;
+        const auto arguments =
+            row.code == -126304 ? std::vector{row.file} : std::vector<std::wstring>{};
+        orvik::testing::ExpectThrows([&] { row.platform.WaitForProcess(row.file, L"", L"C:\\"); },
+                                     {row.code, arguments, L"source\\preinstall\\Main"});
     }
 }
 

@@ -1,10 +1,12 @@
 #pragma once
-// Reading and patching PE images held as strings, for the packing tool's tests.
+// Reading and patching PE images held as strings, for the packing tool's tests; where the headers
+// are comes from the tool's own reader.
 #include <cstdint>
 #include <cstring>
 #include <string>
 
 #include "pack/ByteSpan.h"
+#include "pack/PeHeaders.h"
 
 namespace orvik::tools::pack {
 
@@ -19,13 +21,14 @@ inline void Put32(std::string& image, std::size_t at, std::uint32_t value) {
 inline ByteSpan Span(const std::string& bytes) {
     return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
 }
+inline PeHeaders HeadersOf(const std::string& image) {
+    return PeHeaders::Read(Span(image)).value_or(PeHeaders{});
+}
 // Where the header of the section named `name` is in `image`; 0 when there is none.
 inline std::size_t SectionHeader(const std::string& image, const char* name) {
-    const std::size_t optional = Get32(image, 0x3c) + 24;
-    const std::size_t table = optional + (Get32(image, optional - 4) & 0xffff);
-    for (std::size_t at = table; at + 40 <= image.size(); at += 40) {
-        if (std::strncmp(image.data() + at, name, 8) == 0) {
-            return at;
+    for (const PeSection& section : HeadersOf(image).sections) {
+        if (std::strncmp(image.data() + section.header, name, 8) == 0) {
+            return section.header;
         }
     }
     return 0;
@@ -36,8 +39,7 @@ constexpr char kCertificate[] = "a certificate table of 8n bytes";
 // `image` (of a multiple of 8 bytes) signed: kCertificate appended and named by the security
 // directory entry, by file offset and size.
 inline std::string Signed(std::string image) {
-    const std::size_t optional = Get32(image, 0x3c) + 24;
-    const std::size_t security = optional + (image[optional + 1] == 1 ? 96 : 112) + 8 * 4;
+    const std::size_t security = HeadersOf(image).directories + 8 * PeHeaders::kSecurityDirectory;
     Put32(image, security, static_cast<std::uint32_t>(image.size()));
     Put32(image, security + 4, sizeof kCertificate);
     return image.append(kCertificate, sizeof kCertificate);

@@ -1,46 +1,30 @@
-// Stands in for the bootstrapper in packing tests: "payload_probe.exe WORKING_DIRECTORY
-// [INSTALLER]" reads the payload resource of INSTALLER (by default its own) as the bootstrapper
-// does, unpacks it into WORKING_DIRECTORY\payload and exits 0, or exits with the error's code.
+// Stands in for the bootstrapper in packing tests: "payload_probe.exe WORKING_DIRECTORY INSTALLER"
+// reads the payload resource of INSTALLER (itself, where it is the packed probe) as a data file,
+// unpacks it as the bootstrapper does into WORKING_DIRECTORY\payload and exits 0, or exits with
+// the error's code (2: INSTALLER cannot be read).
 #include <windows.h>
 
-#include "preinstall/NamedDataResource.h"
 #include "preinstall/PreInstallPayload.h"
 #include "shared/utils/WinResources.h"
 
 using namespace orvik::pkgui::preinstall;
 
-namespace {
-
-// The payload resource of the image `module`; absent when it has none.
-MemoryDataResource PayloadOf(HMODULE module) {
-    const HRSRC found = ::FindResourceW(module, L"ORVIKPKG_PAYLOAD", RT_RCDATA);
-    const HGLOBAL loaded = found != nullptr ? ::LoadResource(module, found) : nullptr;
-    return loaded == nullptr
-               ? MemoryDataResource()
-               : MemoryDataResource(::LockResource(loaded), ::SizeofResource(module, found));
-}
-
-void Unpack(const DataResource& payload, const wchar_t* folder) {
-    if (payload.Exists()) {
-        PreInstallPayload extraction(payload.GetData(), payload.GetSize(),
-                                     orvik::pkgshared::DirectoryPath(folder));
-        extraction.Extract(extraction.WriteArchive());
-    }
-}
-
-}  // namespace
-
 int wmain(int argc, wchar_t** argv) {
+    const orvik::pkgshared::UniqueHmodule installer(
+        argc == 3 ? ::LoadLibraryExW(argv[2], nullptr,
+                                     LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE)
+                  : nullptr);
+    if (!installer) {
+        return 2;
+    }
+    const HRSRC found = ::FindResourceW(installer.get(), L"ORVIKPKG_PAYLOAD", RT_RCDATA);
+    const HGLOBAL loaded = found != nullptr ? ::LoadResource(installer.get(), found) : nullptr;
     try {
-        if (argc == 2) {
-            Unpack(NamedDataResource(L"ORVIKPKG_PAYLOAD"), argv[1]);
-        } else if (argc == 3) {
-            const orvik::pkgshared::UniqueHmodule installer(::LoadLibraryExW(
-                argv[2], nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE));
-            if (!installer) {
-                return 2;
-            }
-            Unpack(PayloadOf(installer.get()), argv[1]);
+        if (loaded != nullptr) {
+            PreInstallPayload extraction(static_cast<const std::uint8_t*>(::LockResource(loaded)),
+                                         ::SizeofResource(installer.get(), found),
+                                         orvik::pkgshared::DirectoryPath(argv[1]));
+            extraction.Extract(extraction.WriteArchive());
         }
         return 0;
     } catch (const orvik::pkgshared::Exception& e) {

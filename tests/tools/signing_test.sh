@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A packed installer signed with a throwaway code-signing certificate verifies (the unsigned one,
-# packed from a signed template, carries no signature) and still runs its payload under Wine.
+# A packed installer signed with a throwaway code-signing certificate verifies, with a valid PE
+# checksum, and still runs its payload under Wine.
 # Usage: signing_test.sh BUILD_DIR
 set -euo pipefail
 build=$(cd "$1" && pwd)
@@ -12,16 +12,14 @@ openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out cert.pem -days 2 
   -subj "/CN=Orvik Throwaway Test Signing" -addext "extendedKeyUsage=codeSigning" \
   -addext "keyUsage=digitalSignature" 2>/dev/null
 mkdir payload && cp "$build/bin/child_recorder.exe" payload/Install.exe
-# Packed from a signed template, the installer carries no signature and a valid PE checksum.
+# Packed from a signed template: no signature is left that would not match (PackToolTest checks
+# the same of a signed template's both writing paths, and the checksum against Windows' own).
 osslsigncode sign -certs cert.pem -key key.pem -n "Orvik test template" -h sha256 \
   -in "$build/bin/preinstall.exe" -out template.exe >/dev/null
 "$build/wine-run" "$build/bin/orvikpkg-pack.exe" --template template.exe \
   --output unsigned.exe --payload-dir payload | tr -d '\r'
-! osslsigncode extract-signature -in unsigned.exe -out old.der >/dev/null 2>&1 ||
-  fail "the installer carries the template's signature"
-! osslsigncode verify -CAfile cert.pem -in unsigned.exe >verify.txt 2>&1 ||
+! osslsigncode verify -CAfile cert.pem -in unsigned.exe >/dev/null 2>&1 ||
   fail "the unsigned installer verifies"
-! grep -q "invalid PE checksum" verify.txt || fail "the installer's PE checksum: $(cat verify.txt)"
 osslsigncode sign -certs cert.pem -key key.pem -n "Orvik test installer" -h sha256 \
   -in unsigned.exe -out signed.exe >/dev/null
 osslsigncode verify -CAfile cert.pem -in signed.exe >verify.txt 2>&1 || true

@@ -1,11 +1,8 @@
 #!/usr/bin/env python3
 """Prints one line naming every test that the last CTest run of each given tree
-skipped, and why: the line after GoogleTest's "...: Skipped" in its output,
-else its last line. Reads TREE/ctest-results.xml (`ctest --output-junit`); a
-tree without one is passed over. --also TEXT ends the line with TEXT.
-
-Usage: skipped-tests.py [--also TEXT] TREE...
-"""
+(TREE/ctest-results.xml, if there is one) skipped, with the line after GoogleTest's
+"...: Skipped", else its last line; --also TEXT ends the line with TEXT.
+Usage: skipped-tests.py [--also TEXT] TREE..."""
 import os
 import sys
 import xml.etree.ElementTree as ElementTree
