@@ -77,17 +77,11 @@ std::mutex& UnpackMutex() {
     return mutex;
 }
 
-// "./name" (or ".\name") loses its leading dot and separator, once.
-std::wstring WithoutCurrentDirectory(std::wstring name) {
-    if (name.size() > 1 && name[0] == L'.' && (name[1] == L'/' || name[1] == L'\\')) {
-        name.erase(0, 2);
-    }
-    return name;
-}
-
 // destination + name with the platform's separators.
 std::wstring TargetPath(const fs::path& destination, const std::wstring& name) {
-    return (destination / WithoutCurrentDirectory(name)).make_preferred().wstring();
+    return (destination / std::wstring(EntryNameRules::UnpackedName(name)))
+        .make_preferred()
+        .wstring();
 }
 
 bool IsListed(const std::wstring& name, const std::vector<std::wstring>& entries) {

@@ -44,26 +44,6 @@ bool IsSeparator(wchar_t c) {
     return c == L'/' || c == L'\\';
 }
 
-// "./name" (or ".\name") loses its leading dot and separator, once.
-std::wstring_view WithoutCurrentDirectory(std::wstring_view name) {
-    if (name.size() > 1 && name[0] == L'.' && IsSeparator(name[1])) {
-        name.remove_prefix(2);
-    }
-    return name;
-}
-
-std::vector<std::wstring_view> Components(std::wstring_view name) {
-    std::vector<std::wstring_view> parts;
-    size_t start = 0;
-    for (size_t i = 0; i <= name.size(); ++i) {
-        if (i == name.size() || IsSeparator(name[i])) {
-            parts.push_back(name.substr(start, i - start));
-            start = i + 1;
-        }
-    }
-    return parts;
-}
-
 // Where wchar_t is UTF-32, a code point above U+FFFF takes two UTF-16 units.
 size_t Utf16Units(std::wstring_view part) {
     size_t units = part.size();
@@ -111,7 +91,8 @@ std::optional<std::wstring> ComponentReason(std::wstring_view part) {
 // empty or "." component, a ".." taking back the component before it.
 std::vector<std::wstring> NormalisedParts(std::wstring_view name) {
     std::vector<std::wstring> parts;
-    for (const std::wstring_view part : Components(WithoutCurrentDirectory(name))) {
+    for (const std::wstring_view part :
+         EntryNameRules::Components(EntryNameRules::UnpackedName(name))) {
         if (part == L".." && !parts.empty() && parts.back() != L"..") {
             parts.pop_back();
         } else if (!part.empty() && part != L".") {
@@ -179,7 +160,7 @@ std::optional<std::wstring> EntryNameRules::NameReason(std::wstring_view name) {
     if (name.empty()) {
         return std::wstring(L"an empty name");
     }
-    name = WithoutCurrentDirectory(name);
+    name = EntryNameRules::UnpackedName(name);
     for (const wchar_t c : name) {
         if (c < 0x20 || c == 0x7F) {
             return std::wstring(L"a control character");
@@ -196,11 +177,30 @@ std::optional<std::wstring> EntryNameRules::NameReason(std::wstring_view name) {
     return std::nullopt;
 }
 
+std::vector<std::wstring_view> EntryNameRules::Components(std::wstring_view name) {
+    std::vector<std::wstring_view> parts;
+    size_t start = 0;
+    for (size_t i = 0; i <= name.size(); ++i) {
+        if (i == name.size() || IsSeparator(name[i])) {
+            parts.push_back(name.substr(start, i - start));
+            start = i + 1;
+        }
+    }
+    return parts;
+}
+
+std::wstring_view EntryNameRules::UnpackedName(std::wstring_view name) {
+    if (name.size() > 1 && name[0] == L'.' && IsSeparator(name[1])) {
+        name.remove_prefix(2);
+    }
+    return name;
+}
+
 bool EntryNameRules::IsPlainName(std::wstring_view name) {
     if (NameReason(name)) {
         return false;
     }
-    for (const std::wstring_view part : Components(WithoutCurrentDirectory(name))) {
+    for (const std::wstring_view part : Components(UnpackedName(name))) {
         if (part.empty() || part == L"." || part == L"..") {
             return false;
         }

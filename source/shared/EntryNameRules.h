@@ -34,6 +34,11 @@ public:
     // to the check of where an entry lands.
     static std::optional<std::wstring> NameReason(std::wstring_view name);
 
+    // The parts of `name` between separators ('/' or '\\'), empty ones included; views into it.
+    static std::vector<std::wstring_view> Components(std::wstring_view name);
+    // `name` as the unpacking takes it: a leading "./" (or ".\") dropped, once.
+    static std::wstring_view UnpackedName(std::wstring_view name);
+
     // True when `name` has no NameReason and is relative and plain: no
     // leading or trailing separator, no empty, "." or ".." component.
     static bool IsPlainName(std::wstring_view name);

@@ -13,25 +13,12 @@ bool IsAbsolute(const std::wstring& path) {
     return (!path.empty() && IsSeparator(path[0])) || (path.size() >= 2 && path[1] == L':');
 }
 
-std::vector<std::wstring> Components(const std::wstring& path) {
-    std::vector<std::wstring> parts;
-    std::wstring part;
-    for (const wchar_t c : path) {
-        if (IsSeparator(c)) {
-            parts.push_back(part);
-            part.clear();
-        } else {
-            part += c;
-        }
-    }
-    parts.push_back(part);
-    return parts;
-}
+using Rules = pkgshared::EntryNameRules;
 
 // Walks `path` from `depth` folders below the extraction folder; false when
 // a ".." leaves it.
 bool StaysInside(const std::wstring& path, int depth) {
-    for (const std::wstring& part : Components(path)) {
+    for (const std::wstring_view part : Rules::Components(path)) {
         if (part == L"..") {
             if (--depth < 0) {
                 return false;
@@ -46,7 +33,7 @@ bool StaysInside(const std::wstring& path, int depth) {
 // Folders between the extraction folder and the entry's own folder.
 int FolderDepth(const std::wstring& name) {
     int depth = 0;
-    const std::vector<std::wstring> parts = Components(name);
+    const std::vector<std::wstring_view> parts = Rules::Components(name);
     for (size_t i = 0; i + 1 < parts.size(); ++i) {
         if (parts[i] == L"..") {
             --depth;

@@ -116,16 +116,15 @@ int Pack(const PackOptions& options) {
         return kFailed;
     }
     std::wstring error;
-    bool unsigned_ = false;
     if (!WriteResources(
             options.templatePath, options.outputPath, resources,
-            [&payloadChecked] { return payloadChecked.get(); }, error, &unsigned_)) {
+            [&payloadChecked] { return payloadChecked.get(); }, error)) {
         if (!error.empty()) {
             Error(error);
         }
         return kFailed;
     }
-    if (unsigned_) {
+    if (templateCheck.hasCertificate) {
         Print(stderr, L"orvikpkg-pack: note: " + options.templatePath +
                           L" is signed; packing changes it, so its signature is left out: sign " +
                           options.outputPath + L" after packing\n");

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "EntryPathCheck.h"
+#include "shared/EntryNameRules.h"
 #include "shared/TextConversion.h"
 
 namespace orvik::tools::pack {
@@ -35,8 +36,7 @@ std::wstring InstallerProblem(const pkgshared::ArchiveEntryInfo& entry) {
 }  // namespace
 
 bool IsRootFile(const std::wstring& name, const wchar_t* file) {
-    const bool dotted = name.size() > 1 && name[0] == L'.' && (name[1] == L'/' || name[1] == L'\\');
-    return pkgshared::ToLowerAscii(dotted ? name.substr(2) : name) == file;
+    return pkgshared::ToLowerAscii(pkgshared::EntryNameRules::UnpackedName(name)) == file;
 }
 
 bool IsWindowsProgram(const std::string& head) {

@@ -7,7 +7,6 @@
 #include "ErrorText.h"
 #include "FileMapping.h"
 #include "OutputFile.h"
-#include "PeHeaders.h"
 #include "ResourceWriterSystem.h"
 
 namespace orvik::tools::pack {
@@ -85,8 +84,7 @@ bool WritePieces(const std::wstring& target, const std::vector<ByteSpan>& pieces
 
 bool WriteResources(const std::wstring& templatePath, const std::wstring& outputPath,
                     const std::vector<ResourceInput>& resources,
-                    const std::function<bool()>& mayCommit, std::wstring& error,
-                    bool* certificateDropped) {
+                    const std::function<bool()>& mayCommit, std::wstring& error) {
     std::vector<std::unique_ptr<FileMapping>> mappings;
     std::vector<AddedResource> added;
     FileMapping templateFile;
@@ -126,10 +124,6 @@ bool WriteResources(const std::wstring& templatePath, const std::wstring& output
         return false;
     }
     partial.moved = true;
-    if (certificateDropped != nullptr) {
-        const auto headers = PeHeaders::Read(image);
-        *certificateDropped = headers && headers->HasCertificate();
-    }
     return true;
 }
 

@@ -21,11 +21,9 @@ struct ResourceInput {
 // An exception from `mayCommit` (or any other) passes on, and no output and
 // no temporary file are left.
 // The copy carries no certificate table: a signature of the template would no
-// longer match it. When true is returned and `certificateDropped` is given, it
-// tells whether the template had one. The copy's CheckSum is that of its bytes.
+// longer match it. The copy's CheckSum is that of its bytes.
 bool WriteResources(const std::wstring& templatePath, const std::wstring& outputPath,
                     const std::vector<ResourceInput>& resources,
-                    const std::function<bool()>& mayCommit, std::wstring& error,
-                    bool* certificateDropped = nullptr);
+                    const std::function<bool()>& mayCommit, std::wstring& error);
 
 }  // namespace orvik::tools::pack
